@@ -1,0 +1,53 @@
+#pragma once
+
+#include <QList>
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+
+#include <QHash>
+
+namespace oquivran {
+
+// The rows of one query, read in full when it was opened, so recordCount() is known before
+// the first row is read. Fields are found by name, case-insensitively; SQL NULL reads as a
+// null QVariant.
+class Recordset
+{
+public:
+    Recordset() = default;
+    // Makes an empty recordset with these fields and no rows, positioned at its end.
+    explicit Recordset(const QStringList& fieldNames);
+
+    // True when there is no current row: past the last row, or no rows at all.
+    bool eof() const;
+    // Goes to the first row (eof() stays true when there are none).
+    void moveFirst();
+    // Goes to the next row; past the last one eof() becomes true.
+    void moveNext();
+    // Number of rows, known without reading them.
+    int recordCount() const;
+    // Value of a field in the current row. Throws RuntimeError 3265 for an unknown field and
+    // 3021 "No current record." when eof() is true.
+    QVariant value(const QString& field) const;
+
+    // Field names in query order.
+    QStringList fieldNames() const { return m_fieldNames; }
+    // Replaces the fields; drops every row.
+    void setFieldNames(const QStringList& fieldNames);
+    // Appends a row with one value per field (missing values are null, extra ones dropped);
+    // the position goes back to the first row.
+    void appendRow(const QVariantList& values);
+    // Drops fields and rows.
+    void clear();
+
+private:
+    int fieldIndex(const QString& field) const;
+
+    QStringList m_fieldNames;
+    QHash<QString, int> m_index;
+    QList<QVariantList> m_rows;
+    int m_position = 0;
+};
+
+} // namespace oquivran

@@ -1,0 +1,42 @@
+#pragma once
+
+#include <oquivran/DataObject.h>
+
+#include <QSqlDatabase>
+
+struct sqlite3;
+
+namespace oquivran {
+
+// A DataObject over an SQLite connection opened with Qt's QSQLITE driver. It makes the
+// component's SQL text run on SQLite as the component writes it:
+// - installs the SQL functions cdbl(text), datevalue(text) and format(value, pattern) with the
+//   component's number and date rules (format replaces SQLite's own);
+// - runs "select top N ..." as "... limit N";
+// - stores a number or date written as locale text into a column declared REAL, DOUBLE,
+//   FLOAT, NUMERIC or DATE as a number or an ISO date, and reads DATE columns back as QDate;
+// - runs exactly one statement per call;
+// - sets WAL, synchronous=NORMAL and a busy timeout on the connection.
+// Functions and settings belong to a connection; they are installed again whenever the
+// connection was reopened. Use it only from the thread that opened the connection.
+class SqlDataObject : public DataObject
+{
+public:
+    // Needs a QSQLITE connection; opens it on first use if it is closed.
+    explicit SqlDataObject(const QSqlDatabase& database);
+    ~SqlDataObject() override;
+
+    bool open(Recordset& rs) override;
+    qint32 execute() override;
+
+    // The connection this object runs on.
+    QSqlDatabase database() const { return m_database; }
+
+private:
+    sqlite3* connection();
+
+    QSqlDatabase m_database;
+    sqlite3* m_installedOn = nullptr;
+};
+
+} // namespace oquivran

@@ -1,0 +1,9 @@
+#pragma once
+
+// The component's whole public interface.
+#include <oquivran/DataObject.h>
+#include <oquivran/Module.h>
+#include <oquivran/Recordset.h>
+#include <oquivran/RuntimeError.h>
+#include <oquivran/SqlDataObject.h>
+#include <oquivran/clQUIVRAN.h>

@@ -1,0 +1,71 @@
+#include "DateText.h"
+
+#include "TextRules.h"
+
+#include <oquivran/RuntimeError.h>
+
+#include <QRegularExpression>
+
+namespace oquivran {
+
+namespace {
+
+// Two-digit years: 00-29 are this century, 30-99 the last.
+int fullYear(const QString& year)
+{
+    const int value = year.toInt();
+    if (year.size() == 2)
+        return value < 30 ? 2000 + value : 1900 + value;
+    return value;
+}
+
+} // namespace
+
+QString DateText::toText(const QDate& date, const LocaleRules& rules)
+{
+    if (!date.isValid())
+        return QString();
+    const QString day = QStringLiteral("%1").arg(date.day(), 2, 10, QChar(u'0'));
+    const QString month = QStringLiteral("%1").arg(date.month(), 2, 10, QChar(u'0'));
+    const QString year = QStringLiteral("%1").arg(date.year(), 4, 10, QChar(u'0'));
+    const QChar separator = rules.dateSeparator();
+    return rules.dayFirst() ? day + separator + month + separator + year
+                            : month + separator + day + separator + year;
+}
+
+std::optional<QDate> DateText::parse(const QString& text, const LocaleRules& rules)
+{
+    static const QRegularExpression iso(QStringLiteral("^(\\d{4})-(\\d{1,2})-(\\d{1,2})$"));
+    static const QRegularExpression local(
+        QStringLiteral("^(\\d{1,2})([/.-])(\\d{1,2})\\2(\\d{4}|\\d{2})$"));
+
+    const QString s = TextRules::trim(text);
+    QDate date;
+    if (const auto match = iso.match(s); match.hasMatch()) {
+        date =
+            QDate(match.captured(1).toInt(), match.captured(2).toInt(), match.captured(3).toInt());
+    } else if (const auto m = local.match(s); m.hasMatch()) {
+        const int first = m.captured(1).toInt();
+        const int second = m.captured(3).toInt();
+        const int year = fullYear(m.captured(4));
+        date = rules.dayFirst() ? QDate(year, second, first) : QDate(year, first, second);
+    }
+    if (!date.isValid() || date.year() < 100)
+        return std::nullopt;
+    return date;
+}
+
+QDate DateText::toDate(const QString& text, const LocaleRules& rules)
+{
+    const auto date = parse(text, rules);
+    if (!date)
+        throw RuntimeError::typeMismatch();
+    return *date;
+}
+
+bool DateText::holdsDate(const QString& text, const LocaleRules& rules)
+{
+    return parse(text, rules).has_value();
+}
+
+} // namespace oquivran

@@ -1,0 +1,65 @@
+#include "DecimalDigits.h"
+
+#include <charconv>
+#include <cmath>
+#include <cstdlib>
+
+namespace oquivran {
+
+DecimalDigits::DecimalDigits(double value)
+{
+    m_negative = std::signbit(value);
+    if (value == 0.0)
+        return;
+    // Scientific notation with 14 decimals is the value correctly rounded to 15 significant
+    // digits: "d.ddddddddddddddde±XX".
+    char buffer[64];
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer, std::fabs(value),
+                                      std::chars_format::scientific, 14);
+    const std::string text(buffer, result.ptr);
+    const auto e = text.find('e');
+    m_digits = text.substr(0, 1) + text.substr(2, e - 2);
+    m_exponent = std::atoi(text.c_str() + e + 1);
+    while (!m_digits.empty() && m_digits.back() == '0')
+        m_digits.pop_back();
+}
+
+void DecimalDigits::fixed(int decimals, std::string& integerPart, std::string& fraction) const
+{
+    integerPart.clear();
+    fraction.clear();
+    if (m_exponent >= 0) {
+        integerPart = m_digits.substr(0, std::min<size_t>(m_digits.size(), m_exponent + 1));
+        integerPart.resize(m_exponent + 1, '0');
+        if (m_digits.size() > size_t(m_exponent + 1))
+            fraction = m_digits.substr(m_exponent + 1);
+    } else if (!m_digits.empty()) {
+        fraction = std::string(-m_exponent - 1, '0') + m_digits;
+    }
+
+    bool roundUp = false;
+    if (fraction.size() > size_t(decimals)) {
+        // The digits are exact decimals, so a 5 in the first dropped place is at least half:
+        // rounding half away from zero.
+        roundUp = fraction[decimals] >= '5';
+        fraction.resize(decimals);
+    } else {
+        fraction.resize(decimals, '0');
+    }
+    if (roundUp) {
+        std::string all = integerPart + fraction;
+        int i = int(all.size()) - 1;
+        while (i >= 0 && all[i] == '9')
+            all[i--] = '0';
+        if (i >= 0)
+            ++all[i];
+        else
+            all.insert(all.begin(), '1');
+        integerPart = all.substr(0, all.size() - decimals);
+        fraction = all.substr(all.size() - decimals);
+    }
+    const auto first = integerPart.find_first_not_of('0');
+    integerPart = first == std::string::npos ? std::string() : integerPart.substr(first);
+}
+
+} // namespace oquivran

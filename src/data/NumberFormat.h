@@ -1,0 +1,22 @@
+#pragma once
+
+#include "LocaleRules.h"
+
+#include <QString>
+
+namespace oquivran {
+
+// Formatting a number with a pattern of zeros such as "00.0000", "0.00" or "000".
+class NumberFormat
+{
+public:
+    // Takes the value to 15 significant digits, rounds half away from zero at the pattern's
+    // decimals (12.34565 with "00.0000" gives 12.3457), pads the integer part with zeros to the
+    // zeros before the point (longer integer parts print whole), writes "-" before a negative
+    // value that does not round to zero, and uses the locale's decimal separator, never
+    // grouping. Infinite and NaN values print as the ordinary conversion does.
+    static QString format(double value, const QString& pattern,
+                          const LocaleRules& rules = LocaleRules::system());
+};
+
+} // namespace oquivran

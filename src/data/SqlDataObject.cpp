@@ -1,0 +1,302 @@
+#include <oquivran/SqlDataObject.h>
+
+#include <oquivran/Recordset.h>
+#include <oquivran/RuntimeError.h>
+
+#include "SqliteFunctions.h"
+#include "StatementRewriter.h"
+
+#include <QByteArray>
+#include <QDate>
+#include <QSet>
+#include <QSqlDriver>
+#include <QSqlError>
+
+#include <limits>
+#include <mutex>
+
+#include <sqlite3.h>
+
+namespace oquivran {
+
+namespace {
+
+using ColumnKind = StatementRewriter::ColumnKind;
+
+[[noreturn]] void fail(const QString& description)
+{
+    throw RuntimeError(DatabaseError, description, QStringLiteral("SqlDataObject"));
+}
+
+[[noreturn]] void failWithMessage(sqlite3* connection)
+{
+    fail(QString::fromUtf8(sqlite3_errmsg(connection)));
+}
+
+// The kind a declared column type stands for, by its first word: REAL, DOUBLE, FLOAT and
+// NUMERIC hold numbers, DATE and DATETIME dates.
+ColumnKind declaredKind(const char* declared)
+{
+    if (!declared)
+        return ColumnKind::Other;
+    QString word;
+    for (const char* c = declared; *c; ++c) {
+        const QChar ch = QChar::fromLatin1(*c);
+        if (ch.isLetter()) {
+            word += ch.toUpper();
+        } else if (!word.isEmpty() || !ch.isSpace()) {
+            break;
+        }
+    }
+    if (word == u"REAL" || word == u"DOUBLE" || word == u"FLOAT" || word == u"NUMERIC")
+        return ColumnKind::Real;
+    if (word == u"DATE" || word == u"DATETIME")
+        return ColumnKind::Date;
+    return ColumnKind::Other;
+}
+
+// The declared kind of a column of a table ("table" or "schema.table"); Other when unknown.
+ColumnKind columnKind(sqlite3* connection, const QString& table, const QString& column)
+{
+    QByteArray schema;
+    QByteArray name = table.toUtf8();
+    const qsizetype dot = table.lastIndexOf(u'.');
+    if (dot > 0) {
+        schema = table.left(dot).toUtf8();
+        name = table.mid(dot + 1).toUtf8();
+    }
+    const char* declared = nullptr;
+    const int rc = sqlite3_table_column_metadata(
+        connection, schema.isEmpty() ? nullptr : schema.constData(), name.constData(),
+        column.toUtf8().constData(), &declared, nullptr, nullptr, nullptr, nullptr);
+    return rc == SQLITE_OK ? declaredKind(declared) : ColumnKind::Other;
+}
+
+// Connections that hold the functions. SQLite drops a connection's functions when it closes
+// and then calls the marker's destructor, so a connection opened later at the same address is
+// never taken for one that has them.
+struct InstalledConnections
+{
+    std::mutex mutex;
+    QSet<sqlite3*> connections;
+
+    // Never destroyed: connections may close while the program exits.
+    static InstalledConnections& instance()
+    {
+        static auto* installed = new InstalledConnections;
+        return *installed;
+    }
+};
+
+void forgetConnection(void* connection)
+{
+    InstalledConnections& installed = InstalledConnections::instance();
+    const std::lock_guard lock(installed.mutex);
+    installed.connections.remove(static_cast<sqlite3*>(connection));
+}
+
+void marker(sqlite3_context* context, int, sqlite3_value**)
+{
+    sqlite3_result_int(context, 1);
+}
+
+bool isInstalled(sqlite3* connection)
+{
+    InstalledConnections& installed = InstalledConnections::instance();
+    const std::lock_guard lock(installed.mutex);
+    return installed.connections.contains(connection);
+}
+
+void markInstalled(sqlite3* connection)
+{
+    // Defining the marker again destroys the previous one first, which forgets the connection.
+    if (sqlite3_create_function_v2(connection, "oquivran_installed", 0, SQLITE_UTF8, connection,
+                                   marker, nullptr, nullptr, forgetConnection) != SQLITE_OK)
+        return;
+    InstalledConnections& installed = InstalledConnections::instance();
+    const std::lock_guard lock(installed.mutex);
+    installed.connections.insert(connection);
+}
+
+// A prepared statement, finalized when it goes out of scope.
+class Statement
+{
+public:
+    Statement() = default;
+    Statement(const Statement&) = delete;
+    Statement& operator=(const Statement&) = delete;
+    ~Statement() { sqlite3_finalize(m_statement); }
+
+    sqlite3_stmt* get() const { return m_statement; }
+    sqlite3_stmt** out() { return &m_statement; }
+
+private:
+    sqlite3_stmt* m_statement = nullptr;
+};
+
+bool onlySeparators(const char* begin, const char* end)
+{
+    for (const char* c = begin; c < end; ++c) {
+        if (*c != ';' && *c != ' ' && *c != '\t' && *c != '\n' && *c != '\r' && *c != '\f' &&
+            *c != '\v')
+            return false;
+    }
+    return true;
+}
+
+// Prepares the first statement of begin..end, passing over text that holds none (blanks,
+// comments, lone semicolons). Leaves `statement` empty when there is none; returns SQLite's
+// result and moves begin past what was read.
+int prepareNext(sqlite3* connection, const char*& begin, const char* end, Statement& statement)
+{
+    while (begin < end) {
+        const char* rest = nullptr;
+        const int rc = sqlite3_prepare_v2(connection, begin, int(end - begin), statement.out(),
+                                          &rest);
+        if (rc != SQLITE_OK)
+            return rc;
+        const bool moved = rest && rest > begin;
+        if (moved)
+            begin = rest;
+        if (statement.get() || !moved)
+            break;
+    }
+    return SQLITE_OK;
+}
+
+// Prepares the text, which must hold exactly one statement, as SQLite runs it.
+void prepare(sqlite3* connection, const QString& sql, Statement& statement)
+{
+    const QByteArray text =
+        StatementRewriter::rewrite(sql, [connection](const QString& table, const QString& column) {
+            return columnKind(connection, table, column);
+        }).toUtf8();
+    const char* begin = text.constData();
+    const char* end = begin + text.size();
+    if (prepareNext(connection, begin, end, statement) != SQLITE_OK)
+        failWithMessage(connection);
+    if (!statement.get())
+        fail(QStringLiteral("No SQL statement to execute"));
+    if (onlySeparators(begin, end))
+        return;
+    Statement next;
+    if (prepareNext(connection, begin, end, next) != SQLITE_OK || next.get())
+        fail(QStringLiteral("Unable to execute multiple statements at a time"));
+}
+
+// "yyyy-mm-dd", maybe followed by a time, as a date; an invalid date otherwise.
+QDate isoDate(const QString& text)
+{
+    if (text.size() < 10 || (text.size() > 10 && text.at(10) != u' ' && text.at(10) != u'T'))
+        return QDate();
+    return QDate::fromString(text.left(10), QStringLiteral("yyyy-MM-dd"));
+}
+
+QVariant columnValue(sqlite3_stmt* statement, int column, bool dateColumn)
+{
+    switch (sqlite3_column_type(statement, column)) {
+    case SQLITE_INTEGER: {
+        const qint64 value = sqlite3_column_int64(statement, column);
+        if (value >= std::numeric_limits<int>::min() && value <= std::numeric_limits<int>::max())
+            return QVariant(int(value));
+        return QVariant(qlonglong(value));
+    }
+    case SQLITE_FLOAT:
+        return QVariant(sqlite3_column_double(statement, column));
+    case SQLITE_TEXT: {
+        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
+        const QString value = QString::fromUtf8(text, sqlite3_column_bytes(statement, column));
+        if (dateColumn) {
+            const QDate date = isoDate(value);
+            if (date.isValid())
+                return QVariant(date);
+        }
+        return QVariant(value);
+    }
+    case SQLITE_BLOB: {
+        const auto* data = static_cast<const char*>(sqlite3_column_blob(statement, column));
+        return QVariant(QByteArray(data, sqlite3_column_bytes(statement, column)));
+    }
+    default:
+        return QVariant();
+    }
+}
+
+} // namespace
+
+SqlDataObject::SqlDataObject(const QSqlDatabase& database) : m_database(database) {}
+
+SqlDataObject::~SqlDataObject() = default;
+
+sqlite3* SqlDataObject::connection()
+{
+    if (!m_database.isOpen() && !m_database.open())
+        fail(m_database.lastError().text());
+    const QVariant handle = m_database.driver() ? m_database.driver()->handle() : QVariant();
+    if (!handle.isValid() || qstrcmp(handle.typeName(), "sqlite3*") != 0)
+        fail(QStringLiteral("The connection is not an SQLite connection"));
+    sqlite3* connection = *static_cast<sqlite3* const*>(handle.constData());
+    if (!connection)
+        fail(QStringLiteral("The connection is not open"));
+    if (connection != m_installedOn || !isInstalled(connection)) {
+        if (!SqliteFunctions::install(connection))
+            failWithMessage(connection);
+        sqlite3_busy_timeout(connection, 5000);
+        // Speed only: a database that cannot switch (in memory, or locked now) works as it is.
+        sqlite3_exec(connection, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
+        sqlite3_exec(connection, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
+        markInstalled(connection);
+        m_installedOn = connection;
+    }
+    return connection;
+}
+
+bool SqlDataObject::open(Recordset& rs)
+{
+    sqlite3* db = connection();
+    Statement statement;
+    prepare(db, m_sql, statement);
+    sqlite3_stmt* stmt = statement.get();
+
+    const int columns = sqlite3_column_count(stmt);
+    QStringList names;
+    QList<bool> dateColumns;
+    for (int c = 0; c < columns; ++c) {
+        names.append(QString::fromUtf8(sqlite3_column_name(stmt, c)));
+        dateColumns.append(declaredKind(sqlite3_column_decltype(stmt, c)) == ColumnKind::Date);
+    }
+    Recordset result(names);
+    int rc;
+    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+        QVariantList row;
+        row.reserve(columns);
+        for (int c = 0; c < columns; ++c)
+            row.append(columnValue(stmt, c, dateColumns.at(c)));
+        result.appendRow(row);
+    }
+    if (rc != SQLITE_DONE)
+        failWithMessage(db);
+    rs = std::move(result);
+    return rs.recordCount() > 0;
+}
+
+qint32 SqlDataObject::execute()
+{
+    sqlite3* db = connection();
+    Statement statement;
+    prepare(db, m_sql, statement);
+    const sqlite3_int64 before = sqlite3_total_changes64(db);
+    int rc;
+    while ((rc = sqlite3_step(statement.get())) == SQLITE_ROW) {
+    }
+    if (rc != SQLITE_DONE)
+        failWithMessage(db);
+    // Only INSERT, UPDATE and DELETE change rows; other statements leave the count where the
+    // last of those put it.
+    if (sqlite3_total_changes64(db) == before)
+        return 0;
+    const sqlite3_int64 changes = sqlite3_changes64(db);
+    return qint32(qMin<sqlite3_int64>(changes, std::numeric_limits<qint32>::max()));
+}
+
+} // namespace oquivran

@@ -1,0 +1,407 @@
+#include "StatementRewriter.h"
+
+#include <QList>
+#include <QStringView>
+
+#include <algorithm>
+#include <optional>
+
+namespace oquivran {
+
+namespace {
+
+// A piece of statement text: a word (keyword, bare name or number), a quoted text, a quoted
+// name or one punctuation character. Blanks and comments lie between tokens.
+struct Token
+{
+    enum Kind { Word, Text, QuotedName, Symbol };
+    Kind kind;
+    qsizetype start;
+    qsizetype end;
+    // Parenthesis nesting around the token; a parenthesis has the depth of its surroundings.
+    int depth;
+};
+
+bool isWordChar(QChar c)
+{
+    return c.isLetterOrNumber() || c == u'_' || c == u'$' || c.unicode() >= 0x80;
+}
+
+// Splits the text into tokens; nothing when a quote is not closed or the parentheses do not
+// balance.
+std::optional<QList<Token>> tokenize(QStringView sql)
+{
+    QList<Token> tokens;
+    const qsizetype size = sql.size();
+    int depth = 0;
+    qsizetype i = 0;
+    while (i < size) {
+        const QChar c = sql[i];
+        if (c.isSpace()) {
+            ++i;
+            continue;
+        }
+        if (c == u'-' && i + 1 < size && sql[i + 1] == u'-') {
+            while (i < size && sql[i] != u'\n')
+                ++i;
+            continue;
+        }
+        if (c == u'/' && i + 1 < size && sql[i + 1] == u'*') {
+            const qsizetype close = sql.indexOf(u"*/", i + 2);
+            i = close < 0 ? size : close + 2;
+            continue;
+        }
+        const qsizetype start = i;
+        if (c == u'\'' || c == u'"' || c == u'`' || c == u'[') {
+            const QChar closing = c == u'[' ? QChar(u']') : c;
+            ++i;
+            bool closed = false;
+            while (i < size) {
+                if (sql[i] == closing) {
+                    // A doubled quote inside quotes stands for the quote itself.
+                    if (closing != u']' && i + 1 < size && sql[i + 1] == closing) {
+                        i += 2;
+                        continue;
+                    }
+                    ++i;
+                    closed = true;
+                    break;
+                }
+                ++i;
+            }
+            if (!closed)
+                return std::nullopt;
+            tokens.append({c == u'\'' ? Token::Text : Token::QuotedName, start, i, depth});
+            continue;
+        }
+        if (isWordChar(c)) {
+            while (i < size && isWordChar(sql[i]))
+                ++i;
+            tokens.append({Token::Word, start, i, depth});
+            continue;
+        }
+        ++i;
+        if (c == u'(') {
+            tokens.append({Token::Symbol, start, i, depth});
+            ++depth;
+        } else if (c == u')') {
+            if (--depth < 0)
+                return std::nullopt;
+            tokens.append({Token::Symbol, start, i, depth});
+        } else {
+            tokens.append({Token::Symbol, start, i, depth});
+        }
+    }
+    if (depth != 0)
+        return std::nullopt;
+    return tokens;
+}
+
+// A change to the text: `length` characters at `position` replaced by `text`.
+struct Edit
+{
+    qsizetype position;
+    qsizetype length;
+    QString text;
+};
+
+// Reads one statement's tokens and collects the edits that make it run on SQLite.
+class Rewriter
+{
+public:
+    Rewriter(QStringView sql, const QList<Token>& tokens,
+             const StatementRewriter::ColumnLookup& lookup)
+        : m_sql(sql), m_tokens(tokens), m_lookup(lookup)
+    {
+    }
+
+    // The edits, or nothing when the statement has a form that should not be touched.
+    std::optional<QList<Edit>> edits()
+    {
+        if (!topClauses())
+            return std::nullopt;
+        if (isWord(0, u"insert") || isWord(0, u"replace")) {
+            if (!insertValues())
+                return std::nullopt;
+        } else if (isWord(0, u"update")) {
+            if (!updateAssignments())
+                return std::nullopt;
+        }
+        return m_edits;
+    }
+
+private:
+    qsizetype count() const { return m_tokens.size(); }
+
+    QStringView textOf(qsizetype index) const
+    {
+        const Token& token = m_tokens.at(index);
+        return m_sql.mid(token.start, token.end - token.start);
+    }
+
+    bool isWord(qsizetype index, QStringView word) const
+    {
+        return index >= 0 && index < count() && m_tokens.at(index).kind == Token::Word &&
+               textOf(index).compare(word, Qt::CaseInsensitive) == 0;
+    }
+
+    bool isSymbol(qsizetype index, QChar symbol) const
+    {
+        return index >= 0 && index < count() && m_tokens.at(index).kind == Token::Symbol &&
+               m_sql[m_tokens.at(index).start] == symbol;
+    }
+
+    bool isName(qsizetype index) const
+    {
+        return index >= 0 && index < count() &&
+               (m_tokens.at(index).kind == Token::Word ||
+                m_tokens.at(index).kind == Token::QuotedName);
+    }
+
+    // A name without its quotes.
+    QString nameOf(qsizetype index) const
+    {
+        const QStringView text = textOf(index);
+        if (m_tokens.at(index).kind != Token::QuotedName)
+            return text.toString();
+        const QChar quote = text.front();
+        QString name = text.mid(1, text.size() - 2).toString();
+        if (quote != u'[')
+            name.replace(QString(2, quote), QString(quote));
+        return name;
+    }
+
+    // Reads "name" or "schema.name" at index; moves index past it.
+    std::optional<QString> qualifiedName(qsizetype& index) const
+    {
+        if (!isName(index))
+            return std::nullopt;
+        QString name = nameOf(index++);
+        while (isSymbol(index, u'.') && isName(index + 1)) {
+            name += u'.' + nameOf(index + 1);
+            index += 2;
+        }
+        return name;
+    }
+
+    // The index of the parenthesis that closes the one at `open`.
+    qsizetype closing(qsizetype open) const
+    {
+        const int depth = m_tokens.at(open).depth;
+        for (qsizetype i = open + 1; i < count(); ++i) {
+            if (isSymbol(i, u')') && m_tokens.at(i).depth == depth)
+                return i;
+        }
+        return -1;
+    }
+
+    // Every "select top N" becomes "select" with " limit N" after the select's last token.
+    bool topClauses()
+    {
+        for (qsizetype i = 0; i < count(); ++i) {
+            if (!isWord(i, u"select"))
+                continue;
+            qsizetype top = i + 1;
+            if (isWord(top, u"distinct") || isWord(top, u"all"))
+                ++top;
+            if (!isWord(top, u"top"))
+                continue;
+            const qsizetype number = top + 1;
+            if (number >= count() || m_tokens.at(number).kind != Token::Word)
+                return false;
+            const QStringView rows = textOf(number);
+            if (!std::all_of(rows.begin(), rows.end(), [](QChar c) { return c.isDigit(); }))
+                return false;
+            if (isWord(number + 1, u"percent"))
+                return false;
+            const int depth = m_tokens.at(i).depth;
+            qsizetype last = number;
+            for (qsizetype k = number + 1; k < count(); ++k) {
+                const Token& token = m_tokens.at(k);
+                if (token.depth < depth || (token.depth == depth && isSymbol(k, u';')))
+                    break;
+                if (token.depth == depth && isWord(k, u"limit"))
+                    return false;
+                last = k;
+            }
+            if (last == number)
+                return false;
+            const qsizetype removeFrom = m_tokens.at(top - 1).end;
+            m_edits.append({removeFrom, m_tokens.at(number).end - removeFrom, QString()});
+            m_edits.append({m_tokens.at(last).end, 0, u" limit " + rows.toString()});
+        }
+        return true;
+    }
+
+    // Wraps the tokens first..last, the value written into a column, by the column's kind.
+    void wrap(const QString& table, const QString& column, qsizetype first, qsizetype last)
+    {
+        const StatementRewriter::ColumnKind kind = m_lookup(table, column);
+        QString function;
+        if (kind == StatementRewriter::ColumnKind::Real)
+            function = QStringLiteral("oquivran_real(");
+        else if (kind == StatementRewriter::ColumnKind::Date)
+            function = QStringLiteral("oquivran_date(");
+        else
+            return;
+        m_edits.append({m_tokens.at(first).start, 0, function});
+        m_edits.append({m_tokens.at(last).end, 0, QStringLiteral(")")});
+    }
+
+    // The pieces of from..to (inclusive) separated by commas at `depth`, as index ranges.
+    QList<std::pair<qsizetype, qsizetype>> split(qsizetype from, qsizetype to, int depth) const
+    {
+        QList<std::pair<qsizetype, qsizetype>> pieces;
+        qsizetype start = from;
+        for (qsizetype i = from; i <= to; ++i) {
+            if (isSymbol(i, u',') && m_tokens.at(i).depth == depth) {
+                pieces.append({start, i - 1});
+                start = i + 1;
+            }
+        }
+        pieces.append({start, to});
+        return pieces;
+    }
+
+    // "insert [or X] into T (columns) values (values)[, (values)...]".
+    bool insertValues()
+    {
+        qsizetype i = 1;
+        if (isWord(0, u"insert") && isWord(i, u"or"))
+            i += 2;
+        if (!isWord(i++, u"into"))
+            return true;
+        const std::optional<QString> table = qualifiedName(i);
+        if (!table || !isSymbol(i, u'('))
+            return true;
+        const qsizetype columnsEnd = closing(i);
+        if (columnsEnd < 0 || columnsEnd == i + 1)
+            return true;
+        QStringList columns;
+        for (const auto& [first, last] : split(i + 1, columnsEnd - 1, m_tokens.at(i).depth + 1)) {
+            if (first != last || !isName(first))
+                return true;
+            columns.append(nameOf(first));
+        }
+        i = columnsEnd + 1;
+        if (!isWord(i++, u"values"))
+            return true;
+        QList<Edit> kept = m_edits;
+        while (isSymbol(i, u'(')) {
+            const qsizetype valuesEnd = closing(i);
+            if (valuesEnd < 0)
+                return false;
+            const auto values = split(i + 1, valuesEnd - 1, m_tokens.at(i).depth + 1);
+            if (values.size() != columns.size()) {
+                m_edits = kept;
+                return true;
+            }
+            for (qsizetype v = 0; v < values.size(); ++v) {
+                const auto [first, last] = values.at(v);
+                if (first > last) {
+                    m_edits = kept;
+                    return true;
+                }
+                wrap(*table, columns.at(v), first, last);
+            }
+            i = valuesEnd + 1;
+            if (!isSymbol(i, u','))
+                break;
+            ++i;
+        }
+        return true;
+    }
+
+    // "update [or X] T [as A] set column = value, ... [where ...]".
+    bool updateAssignments()
+    {
+        qsizetype i = 1;
+        if (isWord(i, u"or"))
+            i += 2;
+        const std::optional<QString> table = qualifiedName(i);
+        if (!table)
+            return true;
+        if (isWord(i, u"as"))
+            i += 2;
+        if (!isWord(i++, u"set"))
+            return true;
+        qsizetype end = i;
+        while (end < count()) {
+            if (m_tokens.at(end).depth == 0 &&
+                (isSymbol(end, u';') || isWord(end, u"where") || isWord(end, u"from") ||
+                 isWord(end, u"returning") || isWord(end, u"order") || isWord(end, u"limit")))
+                break;
+            ++end;
+        }
+        if (end == i)
+            return true;
+        QList<Edit> kept = m_edits;
+        for (const auto& [first, last] : split(i, end - 1, 0)) {
+            qsizetype k = first;
+            if (isSymbol(k, u'('))
+                continue; // "(a, b) = (...)" is left as written
+            if (!isName(k)) {
+                m_edits = kept;
+                return true;
+            }
+            QString column = nameOf(k++);
+            while (isSymbol(k, u'.') && isName(k + 1) && k + 1 <= last) {
+                column = nameOf(k + 1);
+                k += 2;
+            }
+            if (!isSymbol(k, u'=') || k >= last) {
+                m_edits = kept;
+                return true;
+            }
+            wrap(*table, column, k + 1, last);
+        }
+        return true;
+    }
+
+    QStringView m_sql;
+    const QList<Token>& m_tokens;
+    const StatementRewriter::ColumnLookup& m_lookup;
+    QList<Edit> m_edits;
+};
+
+} // namespace
+
+QString StatementRewriter::rewrite(const QString& sql, const ColumnLookup& lookup)
+{
+    try {
+        const std::optional<QList<Token>> tokens = tokenize(sql);
+        if (!tokens || tokens->isEmpty())
+            return sql;
+        // Several statements are refused later as they are; none of them is changed.
+        const auto isSemicolon = [&](const Token& token) {
+            return token.kind == Token::Symbol && sql[token.start] == u';';
+        };
+        for (qsizetype i = 0; i + 1 < tokens->size(); ++i) {
+            if (isSemicolon(tokens->at(i)) && !isSemicolon(tokens->at(i + 1)))
+                return sql;
+        }
+        Rewriter rewriter(sql, *tokens, lookup);
+        std::optional<QList<Edit>> edits = rewriter.edits();
+        if (!edits || edits->isEmpty())
+            return sql;
+        // Applied from the end, so earlier positions stay valid; at one position, the edit
+        // collected first ends up first in the text.
+        QList<qsizetype> order(edits->size());
+        for (qsizetype i = 0; i < order.size(); ++i)
+            order[i] = i;
+        std::stable_sort(order.begin(), order.end(), [&](qsizetype a, qsizetype b) {
+            return edits->at(a).position > edits->at(b).position ||
+                   (edits->at(a).position == edits->at(b).position && a > b);
+        });
+        QString result = sql;
+        for (const qsizetype index : order) {
+            const Edit& edit = edits->at(index);
+            result.replace(edit.position, edit.length, edit.text);
+        }
+        return result;
+    } catch (...) {
+        return sql;
+    }
+}
+
+} // namespace oquivran

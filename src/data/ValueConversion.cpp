@@ -1,0 +1,54 @@
+#include "ValueConversion.h"
+
+#include "DateText.h"
+#include "NumberText.h"
+
+#include <oquivran/RuntimeError.h>
+
+#include <QDate>
+
+namespace oquivran {
+
+double ValueConversion::toReal(const QVariant& value)
+{
+    if (value.isNull())
+        return 0.0;
+    switch (value.typeId()) {
+    case QMetaType::Double:
+    case QMetaType::Float:
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+    case QMetaType::Short:
+    case QMetaType::UShort:
+        return value.toDouble();
+    case QMetaType::Bool:
+        // True is all bits set, as the component's booleans are.
+        return value.toBool() ? -1.0 : 0.0;
+    case QMetaType::QDate:
+        // Dates count days from 30/12/1899.
+        return double(QDate(1899, 12, 30).daysTo(value.toDate()));
+    case QMetaType::QString:
+        return NumberText::toNumber(value.toString());
+    default:
+        throw RuntimeError::typeMismatch();
+    }
+}
+
+QString ValueConversion::toText(const QVariant& value)
+{
+    if (value.isNull())
+        return QString();
+    switch (value.typeId()) {
+    case QMetaType::Double:
+    case QMetaType::Float:
+        return NumberText::toText(value.toDouble());
+    case QMetaType::QDate:
+        return DateText::toText(value.toDate());
+    default:
+        return value.toString();
+    }
+}
+
+} // namespace oquivran

@@ -1,0 +1,19 @@
+#pragma once
+
+#include <QString>
+#include <QtGlobal>
+
+namespace oquivran {
+
+// Which side of a report column a text keeps to.
+enum class Alignment {
+    Right, // blanks before the text
+    Left,  // blanks after the text
+};
+
+// Pads text with blanks to width, or cuts it to its leftmost width characters when it is not
+// shorter. On an error (a negative width) the result is "Err_FrmSytr " + the error's
+// description + ": " + the first 50 characters of the text; no message is shown.
+QString Alinear(const QString& text, Alignment alignment, qint16 width);
+
+} // namespace oquivran

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <oquivran/RuntimeError.h>
+
+#include <QString>
+
+#include <functional>
+
+namespace oquivran {
+
+// The common error message: how every routine with a handler reports a run-time error.
+class ErrorMessage
+{
+public:
+    // The message text: description, CR LF, CR LF, the number as decimal text, and the
+    // routine's location label.
+    static QString text(const RuntimeError& error, const QString& label);
+    // Shows text() with the critical icon, an OK button and the default title.
+    static void show(const RuntimeError& error, const QString& label);
+
+    // Runs a routine under its handler: returns what body returns, or false after showing the
+    // common error message with label when it throws. Nothing done before the error is undone.
+    static bool guard(const QString& label, const std::function<bool()>& body);
+
+    // Any exception turned into the run-time error it is reported as.
+    static RuntimeError fromException(std::exception_ptr exception);
+};
+
+} // namespace oquivran

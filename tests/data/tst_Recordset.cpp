@@ -1,0 +1,187 @@
+#include <oquivran/Recordset.h>
+#include <oquivran/RuntimeError.h>
+
+#include <QTest>
+
+using oquivran::Recordset;
+using oquivran::RuntimeError;
+
+class tst_Recordset : public QObject
+{
+    Q_OBJECT
+
+private:
+    static Recordset threeRows()
+    {
+        Recordset rs(QStringList{QStringLiteral("ARTNRO"), QStringLiteral("ArtCat")});
+        rs.appendRow({QStringLiteral("A1"), 1.5});
+        rs.appendRow({QStringLiteral("A2"), 2.5});
+        rs.appendRow({QStringLiteral("A3"), 3.5});
+        return rs;
+    }
+
+    // The error number value() throws for a field, or 0 when it returns.
+    static qint32 errorOf(const Recordset& rs, const QString& field)
+    {
+        try {
+            rs.value(field);
+        } catch (const RuntimeError& error) {
+            return error.number;
+        }
+        return 0;
+    }
+
+private Q_SLOTS:
+    void emptyRecordset()
+    {
+        Recordset rs;
+        QVERIFY(rs.eof());
+        QCOMPARE(rs.recordCount(), 0);
+        QVERIFY(rs.fieldNames().isEmpty());
+        rs.moveFirst();
+        rs.moveNext();
+        QVERIFY(rs.eof());
+    }
+
+    void fieldsWithoutRows()
+    {
+        const Recordset rs(QStringList{QStringLiteral("A"), QStringLiteral("B")});
+        QVERIFY(rs.eof());
+        QCOMPARE(rs.recordCount(), 0);
+        QCOMPARE(rs.fieldNames(), (QStringList{QStringLiteral("A"), QStringLiteral("B")}));
+        QCOMPARE(errorOf(rs, QStringLiteral("A")), qint32(oquivran::NoCurrentRecord));
+    }
+
+    void countBeforeReading()
+    {
+        Recordset rs = threeRows();
+        QCOMPARE(rs.recordCount(), 3);
+        QVERIFY(!rs.eof());
+        QCOMPARE(rs.value(QStringLiteral("ARTNRO")).toString(), QStringLiteral("A1"));
+        rs.moveNext();
+        rs.moveNext();
+        QCOMPARE(rs.value(QStringLiteral("ARTNRO")).toString(), QStringLiteral("A3"));
+        rs.moveNext();
+        QVERIFY(rs.eof());
+        QCOMPARE(rs.recordCount(), 3);
+        rs.moveNext();
+        QVERIFY(rs.eof());
+    }
+
+    void caseInsensitiveNames_data()
+    {
+        QTest::addColumn<QString>("field");
+        QTest::addColumn<double>("expected");
+        QTest::newRow("as declared") << QStringLiteral("ArtCat") << 1.5;
+        QTest::newRow("upper") << QStringLiteral("ARTCAT") << 1.5;
+        QTest::newRow("lower") << QStringLiteral("artcat") << 1.5;
+        QTest::newRow("mixed") << QStringLiteral("aRtCaT") << 1.5;
+    }
+    void caseInsensitiveNames()
+    {
+        QFETCH(QString, field);
+        QFETCH(double, expected);
+        const Recordset rs = threeRows();
+        QCOMPARE(rs.value(field).toDouble(), expected);
+    }
+
+    void firstDuplicateWins()
+    {
+        Recordset rs(QStringList{QStringLiteral("X"), QStringLiteral("x")});
+        rs.appendRow({1, 2});
+        QCOMPARE(rs.value(QStringLiteral("x")).toInt(), 1);
+        QCOMPARE(rs.fieldNames().size(), 2);
+    }
+
+    void nullAndMissingValues()
+    {
+        Recordset rs(QStringList{QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C")});
+        rs.appendRow({QVariant(), 7});
+        QVERIFY(rs.value(QStringLiteral("A")).isNull());
+        QCOMPARE(rs.value(QStringLiteral("B")).toInt(), 7);
+        QVERIFY(rs.value(QStringLiteral("C")).isNull());
+        rs.appendRow({1, 2, 3, 4});
+        rs.moveNext();
+        QCOMPARE(rs.value(QStringLiteral("C")).toInt(), 3);
+    }
+
+    void unknownField()
+    {
+        const Recordset rs = threeRows();
+        try {
+            rs.value(QStringLiteral("NOPE"));
+            QFAIL("no error");
+        } catch (const RuntimeError& error) {
+            QCOMPARE(error.number, qint32(3265));
+            QCOMPARE(error.description,
+                     QStringLiteral("Item cannot be found in the collection corresponding to the "
+                                    "requested name or ordinal."));
+        }
+    }
+
+    void unknownFieldAtEnd()
+    {
+        Recordset rs = threeRows();
+        for (int i = 0; i < 3; ++i)
+            rs.moveNext();
+        QCOMPARE(errorOf(rs, QStringLiteral("NOPE")), qint32(3265));
+    }
+
+    void noCurrentRecord()
+    {
+        Recordset rs = threeRows();
+        for (int i = 0; i < 3; ++i)
+            rs.moveNext();
+        try {
+            rs.value(QStringLiteral("ARTNRO"));
+            QFAIL("no error");
+        } catch (const RuntimeError& error) {
+            QCOMPARE(error.number, qint32(3021));
+            QCOMPARE(error.description, QStringLiteral("No current record."));
+        }
+    }
+
+    void moveFirstAfterMoving()
+    {
+        Recordset rs = threeRows();
+        rs.moveNext();
+        rs.moveNext();
+        rs.moveNext();
+        QVERIFY(rs.eof());
+        rs.moveFirst();
+        QVERIFY(!rs.eof());
+        QCOMPARE(rs.value(QStringLiteral("ARTNRO")).toString(), QStringLiteral("A1"));
+    }
+
+    void appendRowGoesToFirstRow()
+    {
+        Recordset rs = threeRows();
+        rs.moveNext();
+        rs.appendRow({QStringLiteral("A4"), 4.5});
+        QCOMPARE(rs.recordCount(), 4);
+        QCOMPARE(rs.value(QStringLiteral("ARTNRO")).toString(), QStringLiteral("A1"));
+    }
+
+    void setFieldNamesDropsRows()
+    {
+        Recordset rs = threeRows();
+        rs.setFieldNames({QStringLiteral("Z")});
+        QCOMPARE(rs.recordCount(), 0);
+        QVERIFY(rs.eof());
+        QCOMPARE(errorOf(rs, QStringLiteral("ARTNRO")), qint32(3265));
+        QCOMPARE(errorOf(rs, QStringLiteral("z")), qint32(3021));
+    }
+
+    void clearDropsEverything()
+    {
+        Recordset rs = threeRows();
+        rs.clear();
+        QVERIFY(rs.fieldNames().isEmpty());
+        QCOMPARE(rs.recordCount(), 0);
+        QVERIFY(rs.eof());
+        QCOMPARE(errorOf(rs, QStringLiteral("ARTNRO")), qint32(3265));
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_Recordset)
+#include "tst_Recordset.moc"
