@@ -33,4 +33,13 @@ void setMessageHandler(MessageHandler handler);
 // properties, lists, formats and results.
 void resetModuleState();
 
+// Discharges the sub-item set on the component as the operator would by pressing F11 on an
+// untouched allocation screen, without showing it: relation lookup, FIFO allocation, the
+// C.T.C. check, writing the lines, refreshing stock and reading the totals (then in
+// CantidadDescontada and CIFDescontado). An allocation that does not cover every input stops
+// with false unless acceptIncomplete (the operator's Yes to "Confirma descargar estos
+// insumos"); a failed relation lookup stops with false. Messages go through the message
+// handler; the discharge value formats are used. Returns the discharge result.
+bool dischargeAsProposed(bool acceptIncomplete);
+
 } // namespace oquivran

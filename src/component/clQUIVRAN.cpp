@@ -1,12 +1,33 @@
 #include <oquivran/clQUIVRAN.h>
 
+#include "BoundData.h"
+#include "DischargeStatements.h"
 #include "ErrorMessage.h"
 #include "Messages.h"
 #include "ModuleState.h"
+#include "TextRules.h"
 #include "ValueFormats.h"
 #include "WholeNumber.h"
+#include "modManejoInsumos.h"
+
+#include <oquivran/DataObject.h>
+#include <oquivran/Recordset.h>
+#include <oquivran/RuntimeError.h>
+
+#include <QStringList>
 
 namespace oquivran {
+
+namespace {
+
+// A sub-item list: one number, or several separated by "|"; a trailing "|" gives an empty
+// last element, whose statement then fails in the database.
+QStringList subItems(const QString& list)
+{
+    return list.contains(u'|') ? list.split(u'|') : QStringList{list};
+}
+
+} // namespace
 
 clQUIVRAN::clQUIVRAN()
 {
@@ -112,6 +133,70 @@ bool clQUIVRAN::AgregarInsumo()
 void clQUIVRAN::GenerarIMP()
 {
     moduleState().applyFormats(ValueFormats::current(FormatMoment::Printing));
+}
+
+bool clQUIVRAN::EliminarInsumo()
+{
+    // The label's letter case, accent and class name are the system's own.
+    return ErrorMessage::guard(QStringLiteral(" - Sección [oQUIVRAN.clQUVRAN.EliminarInsumo]"), [] {
+        return modManejoInsumos::Generar_DIP_A_ARR() && modManejoInsumos::EliminarDIP() &&
+               modManejoInsumos::RefrescarINS();
+    });
+}
+
+bool clQUIVRAN::EnviarGrupoIdSub(const QString& p_EXTINT, const QString& p_IDRoot,
+                                 const QString& p_EXTGRPSBT)
+{
+    // The operation is the module's INTERNO; p_EXTINT is not used.
+    Q_UNUSED(p_EXTINT);
+    return ErrorMessage::guard(QStringLiteral(" - seccion [cQUIVRAN.EnviarGroupIdSub]::"), [&] {
+        if (TextRules::trim(p_EXTGRPSBT).isEmpty())
+            return true;
+        for (const QString& subItem : subItems(p_EXTGRPSBT))
+            BoundData::execute(
+                DischargeStatements::groupSubItem(p_IDRoot, subItem, moduleState().INTERNO));
+        return true;
+    });
+}
+
+bool clQUIVRAN::ResetIdItems()
+{
+    return ErrorMessage::guard(QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN_ResetIdITtems]"), [] {
+        BoundData::execute(DischargeStatements::resetItems(moduleState().INTERNO));
+        return true;
+    });
+}
+
+bool clQUIVRAN::EnviarNroItem(qint16 p_ITEM, const QString& p_SubIt)
+{
+    return ErrorMessage::guard(
+        QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN.EnviarNroItem]"), [&] {
+            if (p_SubIt.isEmpty())
+                return false;
+            const QString interno = moduleState().INTERNO;
+            for (const QString& subItem : subItems(p_SubIt)) {
+                // Sub-items stamped before a missing one stay stamped; the rest are not.
+                if (BoundData::execute(DischargeStatements::numberItem(p_ITEM, subItem, interno)) ==
+                    0) {
+                    Messages::show(QStringLiteral("ERROR: No se encontro el registro en stock de "
+                                                  "insumos\r\n INTERNO: ") +
+                                       interno + QStringLiteral("\r\nID SUBIT: ") + subItem +
+                                       QStringLiteral("\r\nSe cancelara el proceso."),
+                                   MessageCritical | MessageOkOnly);
+                    return false;
+                }
+            }
+            return true;
+        });
+}
+
+bool clQUIVRAN::Obtener_Insumos(qint32 p_ITEM, Recordset& p_Rs)
+{
+    return ErrorMessage::guard(
+        QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN.Obtener_Insumos]"), [&] {
+            BoundData::open(DischargeStatements::itemInputs(p_ITEM, moduleState().INTERNO), p_Rs);
+            return true;
+        });
 }
 
 } // namespace oquivran

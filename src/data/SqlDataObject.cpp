@@ -151,8 +151,8 @@ int prepareNext(sqlite3* connection, const char*& begin, const char* end, Statem
 {
     while (begin < end) {
         const char* rest = nullptr;
-        const int rc = sqlite3_prepare_v2(connection, begin, int(end - begin), statement.out(),
-                                          &rest);
+        const int rc =
+            sqlite3_prepare_v2(connection, begin, int(end - begin), statement.out(), &rest);
         if (rc != SQLITE_OK)
             return rc;
         const bool moved = rest && rest > begin;
@@ -238,7 +238,9 @@ sqlite3* SqlDataObject::connection()
     sqlite3* connection = *static_cast<sqlite3* const*>(handle.constData());
     if (!connection)
         fail(QStringLiteral("The connection is not open"));
-    if (connection != m_installedOn || !isInstalled(connection)) {
+    // Each connection is set up once, whichever object on it comes first: setting it up again
+    // would fail while one of the connection's statements is running.
+    if (!isInstalled(connection)) {
         if (!SqliteFunctions::install(connection))
             failWithMessage(connection);
         sqlite3_busy_timeout(connection, 5000);
@@ -246,8 +248,8 @@ sqlite3* SqlDataObject::connection()
         sqlite3_exec(connection, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
         sqlite3_exec(connection, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
         markInstalled(connection);
-        m_installedOn = connection;
     }
+    m_installedOn = connection;
     return connection;
 }
 

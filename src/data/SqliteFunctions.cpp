@@ -63,8 +63,7 @@ void typeMismatch(sqlite3_context* context)
 }
 
 // Runs a function body, turning an escaping exception into the statement's error.
-template <typename Body>
-void guarded(sqlite3_context* context, Body body)
+template <typename Body> void guarded(sqlite3_context* context, Body body)
 {
     try {
         body();
@@ -100,8 +99,7 @@ void datevalue(sqlite3_context* context, int, sqlite3_value** argv)
 void format(sqlite3_context* context, int argc, sqlite3_value** argv)
 {
     if (argc < 1 || argc > 2)
-        return sqlite3_result_error(context, "wrong number of arguments to function format()",
-                                    -1);
+        return sqlite3_result_error(context, "wrong number of arguments to function format()", -1);
     guarded(context, [&] {
         sqlite3_value* value = argv[0];
         if (sqlite3_value_type(value) == SQLITE_NULL)

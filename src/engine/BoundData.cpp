@@ -1,0 +1,33 @@
+#include "BoundData.h"
+
+#include "ModuleState.h"
+
+#include <oquivran/DataObject.h>
+#include <oquivran/RuntimeError.h>
+
+namespace oquivran {
+
+DataObject& BoundData::object(Database database)
+{
+    const ModuleState& state = moduleState();
+    DataObject* data = database == Database::Discharge ? state.dataObject : state.secondDataObject;
+    if (!data)
+        throw RuntimeError(91, QStringLiteral("Object variable or With block variable not set"));
+    return *data;
+}
+
+bool BoundData::open(const QString& sql, Recordset& rs, Database database)
+{
+    DataObject& data = object(database);
+    data.setSql(sql);
+    return data.open(rs);
+}
+
+qint32 BoundData::execute(const QString& sql, Database database)
+{
+    DataObject& data = object(database);
+    data.setSql(sql);
+    return data.execute();
+}
+
+} // namespace oquivran

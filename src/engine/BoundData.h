@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QString>
+#include <QtGlobal>
+
+namespace oquivran {
+
+class DataObject;
+class Recordset;
+
+// The data-access objects the host bound, and running SQL text through them.
+class BoundData
+{
+public:
+    enum class Database {
+        Discharge, // bound by VincularDatos
+        Host,      // bound by VincularDatosMorvik: item, groupsubitems, facturas
+    };
+
+    // The bound object. Throws RuntimeError 91 when the host bound none.
+    static DataObject& object(Database database = Database::Discharge);
+    // Opens a query into rs; true when rows came back.
+    static bool open(const QString& sql, Recordset& rs, Database database = Database::Discharge);
+    // Executes an action statement; the number of records affected.
+    static qint32 execute(const QString& sql, Database database = Database::Discharge);
+};
+
+} // namespace oquivran

@@ -1,0 +1,57 @@
+#include "DischargeSave.h"
+
+#include "ErrorMessage.h"
+#include "Messages.h"
+#include "ModuleState.h"
+#include "modManejoInsumos.h"
+
+namespace oquivran {
+
+namespace {
+
+bool f_VerificarDIP()
+{
+    return ErrorMessage::guard(QStringLiteral(" - Sección [oQUIVRAN.frmAgregarDIP.f_VerificarDIP]"),
+                               [] { return modManejoInsumos::candidateLinesHaveCtc(); });
+}
+
+} // namespace
+
+DischargeSave::Outcome DischargeSave::run(const std::function<void(Progress)>& progress)
+{
+    const auto notify = [&](Progress step) {
+        if (progress)
+            progress(step);
+    };
+    Outcome outcome = Outcome::Failed;
+    ErrorMessage::guard(QStringLiteral(" - Sección [oQUIVRAN.frmAgregarDIP.f_Aceptar]"), [&] {
+        ModuleState& state = moduleState();
+        notify(Progress::Writing);
+        state.dischargeResult = f_VerificarDIP();
+        if (!state.dischargeResult) {
+            Messages::show(QStringLiteral("Falta ingresar algunos datos obligatorios, por favor "
+                                          "verifique el numero de CTC."),
+                           MessageExclamation | MessageOkOnly);
+            outcome = Outcome::Refused;
+            return false;
+        }
+        state.dischargeResult = modManejoInsumos::AgregarDIP();
+        if (!state.dischargeResult) {
+            notify(Progress::WriteFailed);
+            return false;
+        }
+        notify(Progress::UpdatingStock);
+        // The lines are written by now; a failed refresh leaves the discharge result true and
+        // the totals of the previous discharge in place.
+        if (!modManejoInsumos::RefrescarINS())
+            throw RuntimeError::userDefined(
+                QStringLiteral("Ocurrio un error al calcular disponibilidad"),
+                QStringLiteral("{Calculando disponibilidad}"));
+        modManejoInsumos::readDischargeTotals();
+        outcome = Outcome::Saved;
+        return true;
+    });
+    return outcome;
+}
+
+} // namespace oquivran

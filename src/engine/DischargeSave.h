@@ -1,0 +1,31 @@
+#pragma once
+
+#include <functional>
+
+namespace oquivran {
+
+// The save sequence of an allocation (F11 on the allocation screen, and the headless
+// discharge): C.T.C. check, write the candidate lines, refresh stock, read the totals. The
+// discharge result in the module state follows each step.
+class DischargeSave
+{
+public:
+    // The moments at which a screen shows progress.
+    enum class Progress {
+        Writing,       // before the check and the write
+        WriteFailed,   // the write returned false
+        UpdatingStock, // before the stock refresh
+    };
+    enum class Outcome {
+        Saved,   // lines written, stock refreshed, totals read: the screen closes
+        Refused, // the C.T.C. check failed (its message shown): nothing written
+        Failed,  // the write failed, or an error was reported after it
+    };
+
+    // Runs the sequence. progress, when given, is called at each moment (a screen updates its
+    // status line and repaints). Errors are reported with the allocation screen's save label;
+    // a failed stock refresh leaves the discharge result true and skips the totals.
+    static Outcome run(const std::function<void(Progress)>& progress = {});
+};
+
+} // namespace oquivran

@@ -1,0 +1,334 @@
+#include "modManejoInsumos.h"
+
+#include "BoundData.h"
+#include "DischargeStatements.h"
+#include "ErrorMessage.h"
+#include "Messages.h"
+#include "ModuleState.h"
+#include "NumberFormat.h"
+#include "NumberText.h"
+#include "TextRules.h"
+#include "ValueConversion.h"
+#include "WholeNumber.h"
+
+#include <oquivran/Recordset.h>
+#include <oquivran/RuntimeError.h>
+
+#include <QDate>
+#include <QStringList>
+
+#include <cmath>
+
+namespace oquivran {
+
+namespace {
+
+// Quantities are rounded only by formatting them with a quantity format and reading the text
+// back.
+double rounded(double value, const QString& format)
+{
+    return NumberText::toNumber(NumberFormat::format(value, format));
+}
+
+double real(const Recordset& rs, const QString& field)
+{
+    return ValueConversion::toReal(rs.value(field));
+}
+
+QString text(const Recordset& rs, const QString& field)
+{
+    return ValueConversion::toText(rs.value(field));
+}
+
+qint16 whole(const Recordset& rs, const QString& field)
+{
+    return WholeNumber::toInt16(real(rs, field));
+}
+
+DischargeStatements::SubItem currentSubItem()
+{
+    const ModuleState& state = moduleState();
+    return {state.INTERNO, state.SUBITEM, state.CATNRO, state.PRDNRO};
+}
+
+RuntimeError relationError(const QString& description)
+{
+    return RuntimeError::userDefined(description, QStringLiteral("Consulta RIP"));
+}
+
+// The real quantity consumed: the line's quantity less shrinkage and loss when they are to be
+// subtracted; a non-zero kind makes the value an absolute quantity, zero a percentage.
+double realQuantity(const DipCandidate& line, bool subtractShrinkageAndLoss)
+{
+    if (!subtractShrinkageAndLoss)
+        return line.quantity;
+    const double shrinkage =
+        line.shrinkageKind != 0 ? line.shrinkage : line.shrinkage * line.quantity / 100;
+    const double loss = line.lossKind != 0 ? line.loss : line.loss * line.quantity / 100;
+    return line.quantity - (shrinkage + loss);
+}
+
+} // namespace
+
+bool modManejoInsumos::GetRIP()
+{
+    return ErrorMessage::guard(QStringLiteral(" - Seccion [oTORVANE.clRelacionInsumo.GetRIP]"), [] {
+        ModuleState& state = moduleState();
+        state.relationList.clear();
+
+        Recordset rs;
+        if (!BoundData::open(DischargeStatements::productMultiplier(state.CATNRO, state.PRDNRO),
+                             rs))
+            throw relationError(QStringLiteral("No se puede obtener el valor del multiplicador "
+                                               "del articulo ") +
+                                state.PRDNRO + QStringLiteral(" perteneciente al catalogo ") +
+                                state.CATNRO);
+        state.productMultiplier = real(rs, QStringLiteral("PRDMUL"));
+        // Only zero is refused, although the message asks for 1 or more.
+        if (state.productMultiplier == 0)
+            throw relationError(QStringLiteral("Multiplicador Invalido del articulo ") +
+                                state.PRDNRO + QStringLiteral(" perteneciente al catalogo ") +
+                                state.CATNRO + QStringLiteral(" verifique que sea 1 o mayor"));
+
+        const QString figure = NumberText::toText(state.PRDCAN * state.productMultiplier);
+        if (!BoundData::open(DischargeStatements::relations(figure, state.CATNRO, state.PRDNRO),
+                             rs))
+            throw relationError(QStringLiteral("No se encontro ningun insumo para este articulo."));
+
+        state.relationList.reserve(rs.recordCount());
+        for (rs.moveFirst(); !rs.eof(); rs.moveNext()) {
+            RipEntry entry;
+            entry.inputCode = text(rs, QStringLiteral("ARTNRO"));
+            entry.description = text(rs, QStringLiteral("RPADES"));
+            entry.requiredQuantity =
+                rounded(real(rs, QStringLiteral("sRIPCAN")), state.valueFormat);
+            entry.relationQuantity = real(rs, QStringLiteral("oRIPCAN"));
+            entry.shrinkage = text(rs, QStringLiteral("RIPMER"));
+            entry.loss = text(rs, QStringLiteral("RIPPER"));
+            entry.shrinkageKind = whole(rs, QStringLiteral("TRPMER"));
+            entry.lossKind = whole(rs, QStringLiteral("TRPPER"));
+            entry.obligatory = whole(rs, QStringLiteral("DIPOBL"));
+            state.relationList.append(entry);
+        }
+        return true;
+    });
+}
+
+bool modManejoInsumos::Obtener_INS_A_DIP()
+{
+    return ErrorMessage::guard(
+        QStringLiteral(" - Seccion [oTORVANE.modManejoInsumos.Obtener_INS_A_DIP]"), [] {
+            ModuleState& state = moduleState();
+            state.candidateLines.clear();
+            // A copy: the list is not to change under the loop.
+            const QList<RipEntry> relations = state.relationList;
+            for (const RipEntry& entry : relations) {
+                if (!Obtener_RIP_A_DIP(entry.inputCode, entry.requiredQuantity, entry.shrinkage,
+                                       entry.loss, entry.relationQuantity, entry.shrinkageKind,
+                                       entry.lossKind, entry.obligatory))
+                    return false;
+            }
+            return true;
+        });
+}
+
+bool modManejoInsumos::Obtener_RIP_A_DIP(const QString& inputCode, double requiredQuantity,
+                                         const QString& shrinkage, const QString& loss,
+                                         double relationQuantity, qint16 shrinkageKind,
+                                         qint16 lossKind, qint16 obligatory)
+{
+    return ErrorMessage::guard(
+        QStringLiteral(" - Seccion [oTORVANE.modManejoInsumos.Obtener_RIP_A_DIP]"), [&] {
+            ModuleState& state = moduleState();
+            DipCandidate proposed;
+            proposed.inputCode = inputCode;
+            proposed.relationQuantity = relationQuantity;
+            proposed.shrinkage = NumberText::toNumber(shrinkage);
+            proposed.loss = NumberText::toNumber(loss);
+            proposed.shrinkageKind = shrinkageKind;
+            proposed.lossKind = lossKind;
+            proposed.obligatory = obligatory;
+
+            Recordset rs;
+            if (!BoundData::open(DischargeStatements::stockOfInput(inputCode), rs)) {
+                if (obligatory != 1) {
+                    Messages::show(
+                        QStringLiteral("El articulo ") + inputCode +
+                            QStringLiteral(" no existe en stock, o no hay disponibilidad."),
+                        MessageExclamation | MessageOkOnly);
+                    return false;
+                }
+                proposed.declaration = QStringLiteral("Sin Stock");
+                proposed.allocationStatus = AllocationNoStock;
+                state.candidateLines.append(proposed);
+                return true;
+            }
+
+            double taken = 0;
+            for (rs.moveFirst(); !rs.eof(); rs.moveNext()) {
+                DipCandidate line = proposed;
+                line.declaration = text(rs, QStringLiteral("sINTDCL"));
+                line.inputCode = text(rs, QStringLiteral("ARTNRO"));
+                line.item = whole(rs, QStringLiteral("ARTITM"));
+                line.subItem = whole(rs, QStringLiteral("ARTSBT"));
+                line.tariffPosition = text(rs, QStringLiteral("ARTNCM"));
+                line.unitPrice = real(rs, QStringLiteral("ARTPRE"));
+                line.ctc = TextRules::trim(text(rs, QStringLiteral("ARTCTC")));
+                line.exportReference = TextRules::trim(text(rs, QStringLiteral("INSEXP")));
+                const double available = real(rs, QStringLiteral("ARTDSC"));
+                state.candidateLines.append(line);
+                DipCandidate& appended = state.candidateLines.last();
+
+                // Exact equality of reals, and on the completing line the whole running total
+                // rather than what that stock line gives: both as the system has them.
+                if (taken + available == requiredQuantity) {
+                    taken += available;
+                    appended.quantity = rounded(taken, state.valueFormat);
+                    return true;
+                }
+                if (taken + available < requiredQuantity) {
+                    appended.quantity = rounded(available, state.valueFormat);
+                    taken += available;
+                    continue;
+                }
+                appended.quantity = rounded(std::fabs(taken - requiredQuantity), state.valueFormat);
+                return true;
+            }
+
+            if (obligatory == 1) {
+                state.candidateLines.last().allocationStatus = AllocationIncomplete;
+                return true;
+            }
+            // The lines appended for this input stay in the list.
+            Messages::show(QStringLiteral("Cantidad insuficiente en stock para el insumo ") +
+                               inputCode + QStringLiteral(", la disponible es ") +
+                               NumberFormat::format(taken, state.valueFormat) +
+                               QStringLiteral(" usted necesita ") +
+                               NumberText::toText(requiredQuantity),
+                           MessageExclamation | MessageOkOnly);
+            return false;
+        });
+}
+
+bool modManejoInsumos::AgregarDIP()
+{
+    return ErrorMessage::guard(
+        QStringLiteral(" - Seccion [oTORVANE.modManejoInsumos.AgregarDIP]"), [] {
+            const ModuleState& state = moduleState();
+            DischargeStatements::InsertValues values;
+            values.subItem = currentSubItem();
+            values.productMultiplier = state.productMultiplier;
+            values.today = QDate::currentDate();
+            // A copy: an error report may run the event loop.
+            const QList<DipCandidate> lines = state.candidateLines;
+            for (const DipCandidate& line : lines) {
+                if (line.allocationStatus == AllocationNoStock)
+                    continue;
+                values.realQuantity =
+                    rounded(realQuantity(line, state.Restar_PerMer), state.valueFormat);
+                BoundData::execute(DischargeStatements::insertLine(values, line));
+            }
+            return true;
+        });
+}
+
+bool modManejoInsumos::EliminarDIP()
+{
+    // The delete reports under the insert's label, as the system has it.
+    return ErrorMessage::guard(
+        QStringLiteral(" - Seccion [oTORVANE.modManejoInsumos.AgregarDIP]"), [] {
+            BoundData::execute(DischargeStatements::deleteSubItem(currentSubItem()));
+            return true;
+        });
+}
+
+bool modManejoInsumos::Generar_DIP_A_ARR()
+{
+    return ErrorMessage::guard(
+        QStringLiteral(" - Seccion [oTORVANE.modManejoInsumos.Generar_DIP_A_ARR]"), [] {
+            ModuleState& state = moduleState();
+            state.candidateLines.clear();
+            Recordset rs;
+            BoundData::open(DischargeStatements::selectSubItem(currentSubItem()), rs);
+            for (rs.moveFirst(); !rs.eof(); rs.moveNext()) {
+                DipCandidate line;
+                line.declaration = text(rs, QStringLiteral("ARTDCL"));
+                line.inputCode = text(rs, QStringLiteral("ARTNRO"));
+                line.item = whole(rs, QStringLiteral("ARTITM"));
+                line.subItem = whole(rs, QStringLiteral("ARTSBT"));
+                line.quantity = real(rs, QStringLiteral("DIPCAN"));
+                state.candidateLines.append(line);
+            }
+            return true;
+        });
+}
+
+bool modManejoInsumos::RefrescarINS()
+{
+    return ErrorMessage::guard(
+        QStringLiteral(" - Seccion [oTORVANE.modManejoInsumos.RefrescarINS]"), [] {
+            const ModuleState& state = moduleState();
+            const QList<DipCandidate> lines = state.candidateLines;
+            for (const DipCandidate& line : lines) {
+                Recordset rs;
+                if (!BoundData::open(DischargeStatements::dischargedSum(line), rs))
+                    throw RuntimeError::userDefined(
+                        QStringLiteral("Error en obtener los registros de descuentos"),
+                        QStringLiteral("{Buscando Registros en DIP}"));
+                // An empty sum (no discharge left on the stock line) counts as 0, so the stock
+                // line gets its whole declared quantity back.
+                const QString totalText =
+                    NumberFormat::format(real(rs, QStringLiteral("total")), state.valueFormat);
+                const double total = NumberText::toNumber(totalText);
+
+                // A line without a stock row ("Sin Stock") has nothing to refresh.
+                if (!BoundData::open(DischargeStatements::declaredQuantity(line), rs))
+                    continue;
+                const double declared = real(rs, QStringLiteral("ARTCAT"));
+                if (total > declared) {
+                    const QStringList description = {
+                        QStringLiteral(
+                            "ERROR inconsistencia en la cantidad total disponible del insumo."),
+                        QStringLiteral("La cantidad disponible de este insumo es de ") +
+                            NumberText::toText(declared),
+                        QStringLiteral("en la tabla de descuentos se encontro la suma de ") +
+                            totalText + QStringLiteral(" afectadas en esta y otra/s operaciones."),
+                        QStringLiteral("El insumo es:"),
+                        QStringLiteral("Declaracion Nro:") + line.declaration,
+                        QStringLiteral("Codigo Insumo:") + line.inputCode,
+                        QStringLiteral("Nro Item:") + QString::number(line.item),
+                        QStringLiteral("Nro Subitem:") + QString::number(line.subItem),
+                    };
+                    throw RuntimeError::userDefined(
+                        description.join(QStringLiteral("\r\n")),
+                        QStringLiteral("{Comparación: Disponible con Descuentos}"));
+                }
+                BoundData::execute(
+                    DischargeStatements::refreshAvailability(totalText, state.valueFormat, line));
+            }
+            return true;
+        });
+}
+
+bool modManejoInsumos::candidateLinesHaveCtc()
+{
+    for (const DipCandidate& line : moduleState().candidateLines) {
+        if (line.allocationStatus != AllocationNoStock && TextRules::trim(line.ctc).isEmpty())
+            return false;
+    }
+    return true;
+}
+
+void modManejoInsumos::readDischargeTotals()
+{
+    ModuleState& state = moduleState();
+    Recordset rs;
+    BoundData::open(DischargeStatements::subItemTotals(currentSubItem()), rs);
+    // Rounded to the display precision before they reach the host.
+    const double quantity = rounded(real(rs, QStringLiteral("totcan")), state.valueFormat);
+    const double cif = rounded(real(rs, QStringLiteral("cif")), QStringLiteral("00.000000"));
+    state.CantidadDescontada = quantity;
+    state.CIFDescontado = cif;
+}
+
+} // namespace oquivran
