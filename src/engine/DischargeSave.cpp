@@ -3,6 +3,7 @@
 #include "ErrorMessage.h"
 #include "Messages.h"
 #include "ModuleState.h"
+#include "ValueFormats.h"
 #include "modManejoInsumos.h"
 
 namespace oquivran {
@@ -16,6 +17,20 @@ bool f_VerificarDIP()
 }
 
 } // namespace
+
+bool DischargeSave::prepare()
+{
+    ModuleState& state = moduleState();
+    // Only an exact zero is refused.
+    if (state.PRDCAN == 0) {
+        Messages::show(QStringLiteral("La cantidad del producto debe ser mayor a cero"),
+                       MessageExclamation | MessageOkOnly);
+        return false;
+    }
+    state.applyFormats(ValueFormats::current(FormatMoment::Discharge));
+    state.dischargeResult = false;
+    return true;
+}
 
 DischargeSave::Outcome DischargeSave::run(const std::function<void(Progress)>& progress)
 {

@@ -22,6 +22,11 @@ public:
         Failed,  // the write failed, or an error was reported after it
     };
 
+    // What comes before any discharge of the sub-item set by the host: refuses a product
+    // quantity of exactly 0 with a message (a negative one passes), sets the discharge value
+    // formats from "opVDE" and clears the discharge result. Returns false when refused.
+    static bool prepare();
+
     // Runs the sequence. progress, when given, is called at each moment (a screen updates its
     // status line and repaints). Errors are reported with the allocation screen's save label;
     // a failed stock refresh leaves the discharge result true and skips the totals.

@@ -2,9 +2,7 @@
 // screen, for hosts and batch work.
 #include "DischargeSave.h"
 #include "ErrorMessage.h"
-#include "Messages.h"
 #include "ModuleState.h"
-#include "ValueFormats.h"
 #include "modManejoInsumos.h"
 
 #include <oquivran/Module.h>
@@ -13,28 +11,21 @@ namespace oquivran {
 
 bool dischargeAsProposed(bool acceptIncomplete)
 {
-    return ErrorMessage::guard(
-        QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN.AgregarInsumo]"), [&] {
-            ModuleState& state = moduleState();
-            if (state.PRDCAN == 0) {
-                Messages::show(QStringLiteral("La cantidad del producto debe ser mayor a cero"),
-                               MessageExclamation | MessageOkOnly);
-                return false;
-            }
-            state.applyFormats(ValueFormats::current(FormatMoment::Discharge));
-            state.dischargeResult = false;
-            state.ctcMemory = {CtcMemoryEntry()};
-
-            // On the screen a failed lookup still opens an empty allocation; unattended, a product
-            // whose relation cannot be read is not reported as discharged.
-            if (!modManejoInsumos::GetRIP())
-                return false;
-            const bool complete = modManejoInsumos::Obtener_INS_A_DIP();
-            if (!complete && !acceptIncomplete)
-                return false;
-            DischargeSave::run();
-            return state.dischargeResult;
-        });
+    return ErrorMessage::guard(QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN.AgregarInsumo]"),
+                               [&] {
+                                   if (!DischargeSave::prepare())
+                                       return false;
+                                   // On the screen a failed lookup still opens an empty allocation;
+                                   // unattended, a product whose relation cannot be read is not
+                                   // reported as discharged.
+                                   if (!modManejoInsumos::GetRIP())
+                                       return false;
+                                   const bool complete = modManejoInsumos::Obtener_INS_A_DIP();
+                                   if (!complete && !acceptIncomplete)
+                                       return false;
+                                   DischargeSave::run();
+                                   return moduleState().dischargeResult;
+                               });
 }
 
 } // namespace oquivran
