@@ -67,27 +67,27 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("expression");
         QTest::addColumn<QString>("expected"); // "." is the locale's decimal separator
-        QTest::newRow("half up at 4 decimals") << QStringLiteral("format(12.34565,'00.0000')")
-                                               << QStringLiteral("12.3457");
+        QTest::newRow("half up at 4 decimals")
+            << QStringLiteral("format(12.34565,'00.0000')") << QStringLiteral("12.3457");
         QTest::newRow("2.675") << QStringLiteral("format(2.675,'0.00')") << QStringLiteral("2.68");
-        QTest::newRow("integer padded") << QStringLiteral("format(5,'000')")
-                                        << QStringLiteral("005");
-        QTest::newRow("integer with decimals") << QStringLiteral("format(7,'0.00')")
-                                               << QStringLiteral("7.00");
+        QTest::newRow("integer padded")
+            << QStringLiteral("format(5,'000')") << QStringLiteral("005");
+        QTest::newRow("integer with decimals")
+            << QStringLiteral("format(7,'0.00')") << QStringLiteral("7.00");
         QTest::newRow("negative") << QStringLiteral("format(-1.005,'0.00')")
                                   << QStringLiteral("-1.01");
-        QTest::newRow("rounds to zero") << QStringLiteral("format(-0.001,'0.00')")
-                                        << QStringLiteral("0.00");
-        QTest::newRow("long integer part") << QStringLiteral("format(12345.6,'00.0')")
-                                           << QStringLiteral("12345.6");
-        QTest::newRow("arithmetic") << QStringLiteral("format(100.5 - 12.34565,'00.0000')")
-                                    << QStringLiteral("88.1544");
+        QTest::newRow("rounds to zero")
+            << QStringLiteral("format(-0.001,'0.00')") << QStringLiteral("0.00");
+        QTest::newRow("long integer part")
+            << QStringLiteral("format(12345.6,'00.0')") << QStringLiteral("12345.6");
+        QTest::newRow("arithmetic")
+            << QStringLiteral("format(100.5 - 12.34565,'00.0000')") << QStringLiteral("88.1544");
         QTest::newRow("one argument") << QStringLiteral("format(1.5)") << QStringLiteral("1.5");
-        QTest::newRow("one argument integer") << QStringLiteral("format(42)")
-                                              << QStringLiteral("42");
+        QTest::newRow("one argument integer")
+            << QStringLiteral("format(42)") << QStringLiteral("42");
         QTest::newRow("not printf") << QStringLiteral("format('%d',3)") << QStringLiteral("%d");
-        QTest::newRow("text unchanged") << QStringLiteral("format('abc','0.00')")
-                                        << QStringLiteral("abc");
+        QTest::newRow("text unchanged")
+            << QStringLiteral("format('abc','0.00')") << QStringLiteral("abc");
         QTest::newRow("empty text unchanged") << QStringLiteral("format('','0.00')") << QString();
     }
     void format()
@@ -197,12 +197,11 @@ private Q_SLOTS:
         const QDate dates[] = {QDate(2026, 11, 22), QDate(2026, 1, 2), QDate(1999, 12, 31),
                                QDate(2000, 2, 29)};
         for (const QDate& date : dates)
-            QTest::newRow(qPrintable(date.toString(Qt::ISODate)))
-                << DateText::toText(date) << date;
+            QTest::newRow(qPrintable(date.toString(Qt::ISODate))) << DateText::toText(date) << date;
         QTest::newRow("iso") << QStringLiteral("2026-11-22") << QDate(2026, 11, 22);
         QTest::newRow("two-digit year")
-            << DateText::toText(QDate(2026, 3, 4)).replace(QStringLiteral("2026"),
-                                                           QStringLiteral("26"))
+            << DateText::toText(QDate(2026, 3, 4))
+                   .replace(QStringLiteral("2026"), QStringLiteral("26"))
             << QDate(2026, 3, 4);
     }
     void datevalue()

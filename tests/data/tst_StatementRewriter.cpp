@@ -56,9 +56,8 @@ private Q_SLOTS:
             << QStringLiteral("Select EXTITM from DIP where EXTINT = 'A' order by EXTITM limit 1");
         QTest::newRow("trailing semicolon") << QStringLiteral("select top 2 a from t;")
                                             << QStringLiteral("select a from t limit 2;");
-        QTest::newRow("flexible blanks")
-            << QStringLiteral("select\n  top\t10   a from t  ")
-            << QStringLiteral("select   a from t limit 10  ");
+        QTest::newRow("flexible blanks") << QStringLiteral("select\n  top\t10   a from t  ")
+                                         << QStringLiteral("select   a from t limit 10  ");
         QTest::newRow("distinct") << QStringLiteral("select distinct top 3 a from t")
                                   << QStringLiteral("select distinct a from t limit 3");
         QTest::newRow("top inside quotes")
@@ -190,8 +189,8 @@ private Q_SLOTS:
         QTest::newRow("blank") << QStringLiteral("   \n ");
         QTest::newRow("delete") << QStringLiteral("delete from DIP where DIPCAN = '1,5'");
         QTest::newRow("select") << QStringLiteral("select DIPCAN from DIP where DIPCAN > 0");
-        QTest::newRow("create")
-            << QStringLiteral("create table X (DIPCAN REAL, DIPFEC DATE, top INTEGER)");
+        QTest::newRow("create") << QStringLiteral(
+            "create table X (DIPCAN REAL, DIPFEC DATE, top INTEGER)");
         QTest::newRow("pragma") << QStringLiteral("PRAGMA journal_mode");
         QTest::newRow("comment") << QStringLiteral("-- update DIP set DIPCAN = 1");
         QTest::newRow("two statements")
@@ -301,7 +300,8 @@ private Q_SLOTS:
             return Kind::Other;
         };
         StatementRewriter::rewrite(
-            QStringLiteral("update \"DIP\" set \"DIP\".\"DIPCAN\" = 1, [DIPFEC] = 2 where PRDMUL = 3"),
+            QStringLiteral(
+                "update \"DIP\" set \"DIP\".\"DIPCAN\" = 1, [DIPFEC] = 2 where PRDMUL = 3"),
             lookup);
         QCOMPARE(asked, (QStringList{QStringLiteral("DIP.DIPCAN"), QStringLiteral("DIP.DIPFEC")}));
         asked.clear();
