@@ -11,8 +11,9 @@ QString stockUpdate(const QString& column, const QString& value, const QString& 
 {
     return QStringLiteral("update INS set ") + column + QStringLiteral(" = '") +
            SqlValue::checked(value) + QStringLiteral("' ") + QStringLiteral("where INTDCL = '") +
-           SqlValue::checked(declaration) + QStringLiteral("'") + QStringLiteral("  and ARTNCM = '") +
-           SqlValue::checked(tariffPosition) + QStringLiteral("'");
+           SqlValue::checked(declaration) + QStringLiteral("'") +
+           QStringLiteral("  and ARTNCM = '") + SqlValue::checked(tariffPosition) +
+           QStringLiteral("'");
 }
 
 } // namespace
@@ -32,10 +33,11 @@ QString ScreenStatements::updateExportReference(const QString& exportReference,
 
 QString ScreenStatements::stockSearch(const QString& prefix, StockFilter filter)
 {
-    QString sql = QStringLiteral("select ARTNRO, INS.INTDCL as DIT, ARTNCM, ARTDSC, INTVEN, INTIOK, "
-                                 "ARTITM, ARTSBT, ARTPRE, ARTCTC, INSEXP from INS, INTINS where ") +
-                  QStringLiteral("ARTNRO like '") + SqlValue::checked(prefix) +
-                  QStringLiteral("%' ") + QStringLiteral("AND INS.INTDCL = INTINS.INTDCL ");
+    QString sql =
+        QStringLiteral("select ARTNRO, INS.INTDCL as DIT, ARTNCM, ARTDSC, INTVEN, INTIOK, "
+                       "ARTITM, ARTSBT, ARTPRE, ARTCTC, INSEXP from INS, INTINS where ") +
+        QStringLiteral("ARTNRO like '") + SqlValue::checked(prefix) + QStringLiteral("%' ") +
+        QStringLiteral("AND INS.INTDCL = INTINS.INTDCL ");
     if (filter == StockFilter::AvailableOnly)
         sql += QStringLiteral("AND ARTDSC>0 AND INTIOK = 1 ");
     sql += QStringLiteral("order by INTVEN");
