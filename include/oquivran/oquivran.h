@@ -6,4 +6,5 @@
 #include <oquivran/Recordset.h>
 #include <oquivran/RuntimeError.h>
 #include <oquivran/SqlDataObject.h>
+#include <oquivran/TextPrintService.h>
 #include <oquivran/clQUIVRAN.h>

@@ -1,0 +1,60 @@
+#include "ComparativeReport.h"
+
+#include "NumberFormat.h"
+#include "PrintStatements.h"
+
+#include <oquivran/Recordset.h>
+
+namespace oquivran {
+
+qint16 ComparativeReport::ruleLength() const
+{
+    return 113;
+}
+
+ColumnLayout ComparativeReport::layout() const
+{
+    // The numeric titles are wider than their values in extended mode.
+    const qint16 numericTitle = byMode(15, 15 + 6);
+    return ColumnLayout({
+        {QStringLiteral("D.I.T."), 16, Alignment::Left},
+        {QStringLiteral("Adu "), 3, Alignment::Left},
+        {QStringLiteral("Insumo"), 20, Alignment::Left},
+        {QStringLiteral("Vencimiento"), 12, Alignment::Left},
+        {QStringLiteral("C.T.C."), 10, Alignment::Left},
+        {QStringLiteral("Transferido"), 15, Alignment::Right, numericTitle},
+        {QStringLiteral("Insum Real"), 15, Alignment::Right, numericTitle},
+        {QStringLiteral("Resto"), 15, Alignment::Right, numericTitle},
+    });
+}
+
+QString ComparativeReport::linesQuery(const QString& interno, qint16 idsub) const
+{
+    return PrintStatements::summedLines(interno, idsub);
+}
+
+bool ComparativeReport::rulesUnderTitles() const
+{
+    return true;
+}
+
+QStringList ComparativeReport::detailValues(const Recordset& row, ReportTotals& totals) const
+{
+    Q_UNUSED(totals);
+    const QString twoDecimals = QStringLiteral("00.00");
+    double transferred = shown(formatted(row, QStringLiteral("RALCANex"), twoDecimals));
+    if (transferred < minimumTransferred)
+        transferred = minimumTransferred;
+    const double discharged = real(row, QStringLiteral("DIPCANex"));
+
+    return {text(row, QStringLiteral("ARTDCL")),
+            text(row, QStringLiteral("INTADU")).left(3),
+            text(row, QStringLiteral("ARTNRO")),
+            text(row, QStringLiteral("INTVEN")),
+            text(row, QStringLiteral("DIPCTC")),
+            NumberFormat::format(transferred, twoDecimals),
+            NumberFormat::format(discharged, QStringLiteral("00.000000")),
+            NumberFormat::format(transferred - discharged, QStringLiteral("00.00000000"))};
+}
+
+} // namespace oquivran

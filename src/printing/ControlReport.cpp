@@ -1,0 +1,67 @@
+#include "ControlReport.h"
+
+#include "ModuleState.h"
+#include "NumberFormat.h"
+#include "PrintStatements.h"
+
+#include <oquivran/Recordset.h>
+
+namespace oquivran {
+
+qint16 ControlReport::ruleLength() const
+{
+    return byMode(155 + 23, 155 + 50);
+}
+
+ColumnLayout ControlReport::layout() const
+{
+    return ColumnLayout({
+        {QStringLiteral("Nro D.I.T."), 16, Alignment::Left},
+        {QStringLiteral("ITM"), 3, Alignment::Left},
+        {QStringLiteral("SBT"), 3, Alignment::Left},
+        {QStringLiteral("Producto"), 15, Alignment::Left},
+        {QStringLiteral("Insumo"), 15, Alignment::Left},
+        {QStringLiteral("NCM"), 15, Alignment::Left},
+        {QStringLiteral("Rel Ins Prd"), byMode(12, 18), Alignment::Right},
+        {QStringLiteral("Conversor"), 9, Alignment::Right},
+        {QStringLiteral("Cant Ins."), byMode(9, 15), Alignment::Right},
+        {QStringLiteral("Perdida"), byMode(12, 15), Alignment::Right},
+        {QStringLiteral("Merma"), byMode(12, 15), Alignment::Right},
+        {QStringLiteral("Cant Real"), byMode(9, 15), Alignment::Right},
+        {QStringLiteral("CIF Unitario"), 12, Alignment::Right},
+        {QStringLiteral("CIF Total"), 12, Alignment::Right},
+        {QStringLiteral("C.T.C."), 10, Alignment::Left},
+    });
+}
+
+QString ControlReport::linesQuery(const QString& interno, qint16 idsub) const
+{
+    return PrintStatements::controlLines(interno, idsub);
+}
+
+QStringList ControlReport::detailValues(const Recordset& row, ReportTotals& totals) const
+{
+    const ModuleState& state = moduleState();
+    const double discharged = real(row, QStringLiteral("DIPCAN"));
+    const LossAndShrinkage figures = lossAndShrinkage(row, discharged, totals);
+
+    return {text(row, QStringLiteral("ARTDCL")),
+            formatted(row, QStringLiteral("ARTITM"), QStringLiteral("000")),
+            formatted(row, QStringLiteral("ARTSBT"), QStringLiteral("000")),
+            text(row, QStringLiteral("PRDNRO")),
+            text(row, QStringLiteral("ARTNRO")),
+            text(row, QStringLiteral("ARTNCM")),
+            formatted(row, QStringLiteral("RIPCAN"), state.valueFormat),
+            formatted(row, QStringLiteral("PRDMUL"), QStringLiteral("0.00")),
+            formatted(row, QStringLiteral("DIPCAN"), state.valueFormat),
+            figures.loss,
+            figures.shrinkage,
+            formatted(row, QStringLiteral("RALCAN"), state.valueFormat),
+            formatted(row, QStringLiteral("ARTPRE"), QStringLiteral("00.000000")),
+            NumberFormat::format(real(row, QStringLiteral("RALCAN")) *
+                                     real(row, QStringLiteral("ARTPRE")),
+                                 QStringLiteral("0.00")),
+            text(row, QStringLiteral("DIPCTC"))};
+}
+
+} // namespace oquivran

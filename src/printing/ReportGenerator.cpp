@@ -1,0 +1,110 @@
+#include "ReportGenerator.h"
+
+#include "BoundData.h"
+#include "ErrorMessage.h"
+#include "Messages.h"
+#include "ModuleState.h"
+#include "NumberFormat.h"
+#include "NumberText.h"
+#include "PrintStatements.h"
+#include "ReportBuffer.h"
+#include "ReportKind.h"
+#include "ValueConversion.h"
+#include "WholeNumber.h"
+
+#include <oquivran/Recordset.h>
+
+namespace oquivran {
+
+namespace {
+
+const QString walkLabel = QStringLiteral("Sección [oQUIVRAN.modManejoInsumos.GenerarOM]");
+const QString subItemLabel = QStringLiteral(" - Sección [oQUIVRAN.modManejoInsumos.Generar_Linea]");
+
+qint16 wholeField(const Recordset& rs, const QString& field)
+{
+    return WholeNumber::toInt16(ValueConversion::toReal(rs.value(field)));
+}
+
+} // namespace
+
+ReportGenerator::ReportGenerator(const ReportKind& kind) : m_kind(kind) {}
+
+bool ReportGenerator::GenerarOM() const
+{
+    return ErrorMessage::guard(walkLabel, [this] {
+        ReportBuffer::clear();
+        const QString interno = moduleState().INTERNO;
+
+        Recordset items;
+        if (!BoundData::open(PrintStatements::items(interno), items, BoundData::Database::Host))
+            return false;
+        for (; !items.eof(); items.moveNext()) {
+            const qint16 item = wholeField(items, QStringLiteral("id"));
+            Recordset subItems;
+            if (!BoundData::open(PrintStatements::subItems(interno, item), subItems,
+                                 BoundData::Database::Host))
+                continue;
+            // An item with a single sub-item prints it as sub-item 0000.
+            qint16 number = subItems.recordCount() == 1 ? 0 : 1;
+            for (; !subItems.eof(); subItems.moveNext()) {
+                if (!Generar_Linea(
+                        item, number, wholeField(subItems, QStringLiteral("idsub")),
+                        ValueConversion::toText(subItems.value(QStringLiteral("idcatalogo"))),
+                        ValueConversion::toText(subItems.value(QStringLiteral("idarticulo"))),
+                        ValueConversion::toReal(subItems.value(QStringLiteral("cantidad"))))) {
+                    Messages::show(QStringLiteral("Ocurrio un error al generar el informe."),
+                                   MessageCritical | MessageOkOnly);
+                    return false;
+                }
+                ++number;
+            }
+        }
+        m_kind.appendClosing(moduleState().reportTotals);
+        return true;
+    });
+}
+
+bool ReportGenerator::Generar_Linea(qint16 item, qint16 subItemNumber, qint16 idsub,
+                                    const QString& idcatalogo, const QString& idarticulo,
+                                    double cantidad) const
+{
+    Q_UNUSED(idcatalogo);
+    return ErrorMessage::guard(subItemLabel, [&] {
+        Recordset lines;
+        // A sub-item without discharge lines is left out of the report.
+        if (!BoundData::open(m_kind.linesQuery(moduleState().INTERNO, idsub), lines))
+            return true;
+
+        appendHeading(item, subItemNumber, idarticulo, cantidad);
+        const ColumnLayout columns = m_kind.layout();
+        for (; !lines.eof(); lines.moveNext())
+            ReportBuffer::append(LineKind::Detail, columns.detailLine(m_kind.detailValues(
+                                                       lines, moduleState().reportTotals)));
+        ReportBuffer::append(LineKind::Detail, QString());
+        return true;
+    });
+}
+
+void ReportGenerator::appendHeading(qint16 item, qint16 subItemNumber, const QString& idarticulo,
+                                    double cantidad) const
+{
+    const QString declared = NumberFormat::format(cantidad, QStringLiteral("00.00"));
+    const QString rule = ReportKind::rule(m_kind.ruleLength());
+    const ColumnLayout columns = m_kind.layout();
+
+    ReportBuffer::append(LineKind::Title, rule);
+    ReportBuffer::append(LineKind::Title,
+                         m_kind.headingPrefix(idarticulo) + QStringLiteral("ITEM: ") +
+                             NumberFormat::format(item, QStringLiteral("0000")) +
+                             QStringLiteral(" - SBIT: ") +
+                             NumberFormat::format(subItemNumber, QStringLiteral("0000")) +
+                             QStringLiteral(" - Cantidad declarada: ") + declared);
+    ReportBuffer::append(LineKind::Title, rule);
+    ReportBuffer::append(LineKind::Title, columns.titleLine());
+    if (m_kind.rulesUnderTitles())
+        ReportBuffer::append(LineKind::Title, columns.ruleLine());
+    moduleState().reportTotals.declaredQuantity += NumberText::toNumber(declared);
+}
+
+} // namespace oquivran

@@ -1,0 +1,90 @@
+#include "ReportKind.h"
+
+#include "ModuleState.h"
+#include "NumberFormat.h"
+#include "NumberText.h"
+#include "ReportBuffer.h"
+#include "ValueConversion.h"
+
+#include <oquivran/Recordset.h>
+
+namespace oquivran {
+
+ReportKind::~ReportKind() = default;
+
+QString ReportKind::headingPrefix(const QString& idarticulo) const
+{
+    Q_UNUSED(idarticulo);
+    return QString();
+}
+
+bool ReportKind::rulesUnderTitles() const
+{
+    return false;
+}
+
+void ReportKind::appendClosing(const ReportTotals& totals) const
+{
+    Q_UNUSED(totals);
+    ReportBuffer::append(LineKind::Title, QString());
+    ReportBuffer::append(LineKind::Title, rule(ruleLength()));
+}
+
+double ReportKind::Porcentaje(double a, double b)
+{
+    return a * b / 100.0;
+}
+
+double ReportKind::lossOrShrinkage(const QVariant& kind, const QVariant& figure, double base)
+{
+    const double value = ValueConversion::toReal(figure);
+    return ValueConversion::toReal(kind) == 0 ? Porcentaje(value, base) : value;
+}
+
+ReportKind::LossAndShrinkage ReportKind::lossAndShrinkage(const Recordset& row, double base,
+                                                          ReportTotals& totals)
+{
+    const QString& pattern = moduleState().secondFormat;
+    const LossAndShrinkage result = {
+        NumberFormat::format(lossOrShrinkage(row.value(QStringLiteral("TRPPER")),
+                                             row.value(QStringLiteral("RIPPER")), base),
+                             pattern),
+        NumberFormat::format(lossOrShrinkage(row.value(QStringLiteral("TRPMER")),
+                                             row.value(QStringLiteral("RIPMER")), base),
+                             pattern)};
+    totals.loss += shown(result.loss);
+    totals.shrinkage += shown(result.shrinkage);
+    return result;
+}
+
+QString ReportKind::rule(int length)
+{
+    return QString(length, u'-');
+}
+
+QString ReportKind::text(const Recordset& row, const QString& field)
+{
+    return ValueConversion::toText(row.value(field));
+}
+
+double ReportKind::real(const Recordset& row, const QString& field)
+{
+    return ValueConversion::toReal(row.value(field));
+}
+
+QString ReportKind::formatted(const Recordset& row, const QString& field, const QString& pattern)
+{
+    return NumberFormat::format(real(row, field), pattern);
+}
+
+double ReportKind::shown(const QString& formattedText)
+{
+    return NumberText::toNumber(formattedText);
+}
+
+qint16 ReportKind::byMode(qint16 normal, qint16 extended)
+{
+    return moduleState().extendedDecimals ? extended : normal;
+}
+
+} // namespace oquivran

@@ -1,0 +1,69 @@
+#pragma once
+
+#include "ColumnLayout.h"
+
+#include <QString>
+#include <QStringList>
+#include <QVariant>
+#include <QtGlobal>
+
+namespace oquivran {
+
+class Recordset;
+struct ReportTotals;
+
+// What makes one report of the component differ from the others: its columns, rule length,
+// query and detail values, heading and closing block. The walk over items and sub-items that
+// fills the report line buffer is ReportGenerator's, shared by all reports.
+class ReportKind
+{
+public:
+    virtual ~ReportKind();
+
+    // Length of the rules of "-" around every sub-item heading.
+    virtual qint16 ruleLength() const = 0;
+    // The report's columns.
+    virtual ColumnLayout layout() const = 0;
+    // The query of a sub-item's discharge lines (and those grouped under it).
+    virtual QString linesQuery(const QString& interno, qint16 idsub) const = 0;
+    // The detail values of the recordset's current row, one per column; adds what the report
+    // totals to totals.
+    virtual QStringList detailValues(const Recordset& row, ReportTotals& totals) const = 0;
+    // The text of a sub-item heading before "ITEM: "; empty by default.
+    virtual QString headingPrefix(const QString& idarticulo) const;
+    // True when a line of short rules follows the column titles; false by default.
+    virtual bool rulesUnderTitles() const;
+    // Appends the block that follows the last item: by default a blank line and a rule, both
+    // of kind "T".
+    virtual void appendClosing(const ReportTotals& totals) const;
+
+    // Porcentaje: a x b / 100.
+    static double Porcentaje(double a, double b);
+    // A loss or shrinkage: figure is a percentage of base when kind is 0, else the quantity.
+    static double lossOrShrinkage(const QVariant& kind, const QVariant& figure, double base);
+    // A run of length "-".
+    static QString rule(int length);
+
+protected:
+    // The loss (RIPPER, TRPPER) and shrinkage (RIPMER, TRPMER) of the current row on a
+    // discharged quantity, in the loss/shrinkage format; what they show is added to totals.
+    struct LossAndShrinkage
+    {
+        QString loss;
+        QString shrinkage;
+    };
+    static LossAndShrinkage lossAndShrinkage(const Recordset& row, double base,
+                                             ReportTotals& totals);
+    // A field of the current row as text (null is empty) and as a real, by the
+    // value-conversion object.
+    static QString text(const Recordset& row, const QString& field);
+    static double real(const Recordset& row, const QString& field);
+    // A field formatted with a pattern.
+    static QString formatted(const Recordset& row, const QString& field, const QString& pattern);
+    // The number a formatted text shows: what the totals add.
+    static double shown(const QString& formattedText);
+    // A width or length: the first in normal mode, the second in extended-decimals mode.
+    static qint16 byMode(qint16 normal, qint16 extended);
+};
+
+} // namespace oquivran

@@ -1,0 +1,332 @@
+#include "frmImpresion.h"
+
+#include "BoundData.h"
+#include "ComparativeReport.h"
+#include "ControlReport.h"
+#include "DateText.h"
+#include "DeclarationReport.h"
+#include "ErrorMessage.h"
+#include "Messages.h"
+#include "ModuleState.h"
+#include "NumberText.h"
+#include "PrintStatements.h"
+#include "ReportGenerator.h"
+#include "Settings.h"
+#include "TextRules.h"
+#include "ValueConversion.h"
+#include "WholeNumber.h"
+
+#include <oquivran/Recordset.h>
+
+#include <QComboBox>
+#include <QGridLayout>
+#include <QGroupBox>
+#include <QLabel>
+#include <QLineEdit>
+#include <QPrinterInfo>
+#include <QRadioButton>
+#include <QVBoxLayout>
+
+namespace oquivran {
+
+namespace {
+
+const QString loadLabel = QStringLiteral(" - seccion[ oQUIVRAN.frmImpresion.form_load ]");
+const QString printersLabel = QStringLiteral("Sección [oQUIVRAN.frmImpresion.CargarImpresion]");
+const QString verifyLabel = QStringLiteral(" - Seccion [oQUIVRAN.frmImpresion.f_VerificarDatos]");
+// The listings report under the declaration's label too.
+const QString outputLabel = QStringLiteral(" - Sección [oQUIVRAN.frmImpresion.lp_Imprimir]");
+
+const QString section = QStringLiteral("IMPRESION");
+const QString printerKey = QStringLiteral("IMPNOM");
+const QString fontSizeKey = QStringLiteral("IMPTAM");
+const QString linesKey = QStringLiteral("PAGLIN");
+const QString marginKey = QStringLiteral("MARGEN");
+
+QRadioButton* newOption(const QString& name, const QString& caption, QWidget* parent)
+{
+    auto* option = new QRadioButton(caption, parent);
+    option->setObjectName(name);
+    return option;
+}
+
+QComboBox* newCombo(const QString& name, QWidget* parent)
+{
+    auto* combo = new QComboBox(parent);
+    combo->setObjectName(name);
+    return combo;
+}
+
+// A box's text as a 16-bit whole number, as the output routines take it.
+qint16 wholeText(const QLineEdit* box)
+{
+    return WholeNumber::toInt16(NumberText::toNumber(box->text()));
+}
+
+} // namespace
+
+frmImpresion::frmImpresion(QWidget* parent)
+    : ScreenDialog(QStringLiteral("frmImpresion"), QStringLiteral("Impresión"), parent)
+{
+    buildControls();
+    load();
+}
+
+void frmImpresion::buildControls()
+{
+    auto* reports = new QGroupBox(QStringLiteral("Reportes"), this);
+    m_opDESINS =
+        newOption(QStringLiteral("opDESINS"), QStringLiteral("Descarga de Insumos"), reports);
+    m_opIMPINT = newOption(QStringLiteral("opIMPINT"),
+                           QStringLiteral("Impresion para control interno"), reports);
+    m_opDESINSReal = newOption(QStringLiteral("opDESINSReal"),
+                               QStringLiteral("Listado Comparativo de insumos"), reports);
+    m_opDESINS->setChecked(true);
+    auto* reportsLayout = new QVBoxLayout(reports);
+    for (QRadioButton* option : {m_opDESINS, m_opIMPINT, m_opDESINSReal})
+        reportsLayout->addWidget(option);
+
+    auto* methods = new QGroupBox(QStringLiteral("Metodos"), this);
+    m_opMODFRM = newOption(QStringLiteral("opMODFRM"),
+                           QStringLiteral("Impresion con formulario y caida"), methods);
+    m_opMODCAD = newOption(QStringLiteral("opMODCAD"), QStringLiteral("Solo Caida"), methods);
+    m_opMODDOS = newOption(
+        QStringLiteral("opMODDOS"),
+        QStringLiteral("Impresión MODO DOS, recomendado para impresoras matriz de punto o InkJet"),
+        methods);
+    m_opMODCAD->setChecked(true);
+    auto* methodsLayout = new QVBoxLayout(methods);
+    for (QRadioButton* option : {m_opMODFRM, m_opMODCAD, m_opMODDOS})
+        methodsLayout->addWidget(option);
+
+    auto* configuration =
+        new QGroupBox(QStringLiteral("Configuración (no disponible para DOS)"), this);
+    m_cboImpresion = newCombo(QStringLiteral("cboImpresion"), configuration);
+    m_txtIMPTAM = newLineEdit(QStringLiteral("txtIMPTAM"));
+    m_txtPAGLIN = newLineEdit(QStringLiteral("txtPAGLIN"));
+    m_txtMargen = newLineEdit(QStringLiteral("txtMargen"));
+    m_cboFoja = newCombo(QStringLiteral("cboFoja"), configuration);
+    auto* configurationGrid = new QGridLayout(configuration);
+    addRow(configurationGrid, 0,
+           newLabel(QStringLiteral("lbImpresora"), QStringLiteral("Impresora")), m_cboImpresion);
+    addRow(configurationGrid, 1,
+           newLabel(QStringLiteral("lbIMPTAM"), QStringLiteral("Tamaño fuente")), m_txtIMPTAM);
+    addRow(configurationGrid, 2,
+           newLabel(QStringLiteral("lbPAGLIN"), QStringLiteral("Lineas por hoja")), m_txtPAGLIN);
+    addRow(configurationGrid, 3,
+           newLabel(QStringLiteral("lbMargen"), QStringLiteral("Margen Izq.")), m_txtMargen);
+    addRow(configurationGrid, 4, newLabel(QStringLiteral("lbFoja"), QStringLiteral("Foja Nro:")),
+           m_cboFoja);
+
+    m_txtAAT = newLineEdit(QStringLiteral("txtAAT"));
+    m_txtOficializacion = newLineEdit(QStringLiteral("txtOficializacion"));
+    m_txtFACTU = newLineEdit(QStringLiteral("txtFACTU"));
+    auto* exportGrid = new QGridLayout;
+    addRow(exportGrid, 0,
+           newLabel(QStringLiteral("lbAAT"), QStringLiteral("Año/Ad/Tipo/N. Reg/DC")), m_txtAAT);
+    addRow(exportGrid, 1,
+           newLabel(QStringLiteral("lbOficializacion"), QStringLiteral("Oficialización")),
+           m_txtOficializacion);
+    addRow(exportGrid, 2, newLabel(QStringLiteral("lbFACTU"), QStringLiteral("Facturas:")),
+           m_txtFACTU);
+
+    m_lbMensaje = newLabel(QStringLiteral("lbMensaje"));
+    auto* keys = newLabel(QStringLiteral("Label2"), QStringLiteral("[F11] Imprimir - [ESC] Salir"));
+
+    auto* options = new QHBoxLayout;
+    options->addWidget(reports);
+    options->addWidget(methods);
+    auto* layout = new QVBoxLayout(this);
+    layout->addLayout(options);
+    layout->addWidget(configuration);
+    layout->addLayout(exportGrid);
+    layout->addWidget(m_lbMensaje);
+    layout->addWidget(keys);
+}
+
+void frmImpresion::load()
+{
+    ErrorMessage::guard(loadLabel, [this] {
+        linkEntryControls(
+            {m_txtIMPTAM, m_txtMargen, m_txtPAGLIN, m_txtOficializacion, m_txtAAT, m_txtFACTU});
+        m_opDESINSReal->setEnabled(moduleState().extendedDecimals);
+        m_txtIMPTAM->setText(Settings::value(section, fontSizeKey, QStringLiteral("10")));
+        m_txtPAGLIN->setText(Settings::value(section, linesKey, QStringLiteral("75")));
+        m_txtMargen->setText(Settings::value(section, marginKey, QStringLiteral("15")));
+        m_cboFoja->addItems({QStringLiteral("1"), QStringLiteral("2"), QStringLiteral("3"),
+                             QStringLiteral("4"), QStringLiteral("5")});
+        m_cboFoja->setCurrentIndex(0);
+        CargarImpresoras();
+        loadExportData();
+        return true;
+    });
+}
+
+void frmImpresion::loadExportData()
+{
+    const QString interno = moduleState().INTERNO;
+    Recordset exportData;
+    // An operation without discharge lines leaves the export data and invoices empty.
+    if (!BoundData::open(PrintStatements::exportData(interno), exportData))
+        return;
+    m_txtOficializacion->setText(
+        ValueConversion::toText(exportData.value(QStringLiteral("EXTFOF"))));
+    m_txtAAT->setText(ValueConversion::toText(exportData.value(QStringLiteral("EXTNOF"))));
+
+    QString invoices = ValueConversion::toText(exportData.value(QStringLiteral("EXTFAC")));
+    if (invoices.isEmpty()) {
+        Recordset rows;
+        BoundData::open(PrintStatements::invoices(interno), rows, BoundData::Database::Host);
+        for (; !rows.eof(); rows.moveNext())
+            invoices += ValueConversion::toText(rows.value(QStringLiteral("FACTURA"))) + u',';
+        invoices.chop(1);
+    }
+    m_txtFACTU->setText(invoices);
+}
+
+void frmImpresion::CargarImpresoras()
+{
+    ErrorMessage::guard(printersLabel, [this] {
+        const QString saved = Settings::value(section, printerKey, QString());
+        m_cboImpresion->clear();
+        m_cboImpresion->addItems(QPrinterInfo::availablePrinterNames());
+        // A printer no longer installed is not shown.
+        m_cboImpresion->setCurrentIndex(
+            m_cboImpresion->findText(saved, Qt::MatchExactly | Qt::MatchCaseSensitive));
+        return true;
+    });
+}
+
+bool frmImpresion::f_VerificarDatos()
+{
+    return ErrorMessage::guard(verifyLabel, [this] {
+        const struct
+        {
+            bool passes;
+            const char* message;
+        } checks[] = {
+            {DateText::holdsDate(m_txtOficializacion->text()),
+             "En Oficialización debe poner una Fecha Valida"},
+            {!TextRules::trim(m_txtAAT->text()).isEmpty(),
+             "Falta ingresar [ Año/Ad/Tipo/N. Reg/DC ]"},
+            {NumberText::holdsNumber(m_txtIMPTAM->text()),
+             "Debe ingresar un valor númerico en Tamaño de Fuente"},
+            {NumberText::holdsNumber(m_txtMargen->text()),
+             "Debe ingresar un valor númerico en Margen"},
+            {NumberText::holdsNumber(m_txtPAGLIN->text()),
+             "Debe ingresar un valor númerico en Lineas por Pagina"},
+        };
+        for (const auto& check : checks) {
+            if (!check.passes) {
+                Messages::show(QString::fromUtf8(check.message),
+                               MessageExclamation | MessageOkOnly);
+                return false;
+            }
+        }
+        Settings::setValue(section, fontSizeKey, m_txtIMPTAM->text());
+        Settings::setValue(section, marginKey, m_txtMargen->text());
+        Settings::setValue(section, linesKey, m_txtPAGLIN->text());
+        savePrinter();
+        return true;
+    });
+}
+
+void frmImpresion::savePrinter()
+{
+    if (m_cboImpresion->count() > 0)
+        Settings::setValue(section, printerKey, m_cboImpresion->currentText());
+}
+
+void frmImpresion::f11Pressed()
+{
+    Imprimir();
+}
+
+void frmImpresion::escapePressed()
+{
+    // Validating on the way out is how the settings are kept without printing.
+    f_VerificarDatos();
+    savePrinter();
+    closeScreen();
+}
+
+void frmImpresion::Imprimir()
+{
+    if (m_opDESINS->isChecked()) {
+        if (!f_VerificarDatos())
+            return;
+        produce(DeclarationReport(), Output::Declaration, PageOrientation::Unchanged);
+    } else if (m_opIMPINT->isChecked()) {
+        produce(ControlReport(), Output::Listing, PageOrientation::Landscape);
+    } else {
+        produce(ComparativeReport(), Output::Listing, PageOrientation::Portrait);
+    }
+}
+
+qint16 frmImpresion::method(Output output) const
+{
+    if (m_opMODDOS->isChecked())
+        return qint16(PrintMethod::Text);
+    if (output == Output::Declaration && m_opMODFRM->isChecked())
+        return qint16(PrintMethod::Form);
+    return qint16(PrintMethod::Plain);
+}
+
+void frmImpresion::produce(const ReportKind& kind, Output output, PageOrientation orientation)
+{
+    // The report is printed whatever the generation gave: an operation without items prints
+    // an empty report.
+    ReportGenerator(kind).GenerarOM();
+    const QString printer = m_cboImpresion->currentText();
+    const qint16 fontSize = wholeText(m_txtIMPTAM);
+    const qint16 linesPerPage = wholeText(m_txtPAGLIN);
+    const qint16 margin = wholeText(m_txtMargen);
+    if (output == Output::Declaration)
+        lp_Imprimir(printer, fontSize, linesPerPage, method(output), margin);
+    else
+        lp_Imprimir_Control(printer, fontSize, linesPerPage, method(output), margin,
+                            qint16(orientation));
+}
+
+PageOutput frmImpresion::pageOutput(const PageSettings& settings, PageTitles titles)
+{
+    return PageOutput(settings, titles,
+                      {m_cboFoja->currentText(), m_txtOficializacion->text(), m_txtAAT->text()},
+                      [this](const QString& text) { showProgress(text); });
+}
+
+bool frmImpresion::lp_Imprimir(const QString& p_IMPNOM, qint16 p_IMPTAM, qint16 p_PAGLIN,
+                               qint16 p_IMPMOD, qint16 p_IMPMRG)
+{
+    return ErrorMessage::guard(outputLabel, [&] {
+        pageOutput({p_IMPNOM, p_IMPTAM, p_PAGLIN, p_IMPMOD, p_IMPMRG, PageOrientation::Unchanged},
+                   PageTitles::Declaration)
+            .print();
+        // The invoices lose their quotes; the official number is written as typed.
+        QString invoices = m_txtFACTU->text();
+        invoices = TextRules::trim(invoices).isEmpty() ? QStringLiteral("-")
+                                                       : invoices.replace(u'\'', u' ');
+        BoundData::execute(PrintStatements::recordExportData(
+            m_txtAAT->text(), m_txtOficializacion->text(), invoices, moduleState().INTERNO));
+        return true;
+    });
+}
+
+bool frmImpresion::lp_Imprimir_Control(const QString& p_IMPNOM, qint16 p_IMPTAM, qint16 p_PAGLIN,
+                                       qint16 p_IMPMOD, qint16 p_IMPMRG, qint16 p_Orient)
+{
+    return ErrorMessage::guard(outputLabel, [&] {
+        pageOutput({p_IMPNOM, p_IMPTAM, p_PAGLIN, p_IMPMOD, p_IMPMRG, PageOrientation(p_Orient)},
+                   PageTitles::None)
+            .print();
+        return true;
+    });
+}
+
+void frmImpresion::showProgress(const QString& text)
+{
+    m_lbMensaje->setText(text);
+    m_lbMensaje->repaint();
+}
+
+} // namespace oquivran
