@@ -1,6 +1,8 @@
 #include <oquivran/clQUIVRAN.h>
 
+#include "ApplicationGuard.h"
 #include "BoundData.h"
+#include "DischargeSave.h"
 #include "DischargeStatements.h"
 #include "ErrorMessage.h"
 #include "Messages.h"
@@ -8,6 +10,8 @@
 #include "TextRules.h"
 #include "ValueFormats.h"
 #include "WholeNumber.h"
+#include "frmAgregarDIP.h"
+#include "frmImpresion.h"
 #include "modManejoInsumos.h"
 
 #include <oquivran/DataObject.h>
@@ -19,6 +23,15 @@
 namespace oquivran {
 
 namespace {
+
+// The screens need a QApplication; a host running a plain QCoreApplication cannot show them
+// (it discharges with dischargeAsProposed instead).
+RuntimeError screensNeedAnApplication()
+{
+    return RuntimeError(InternalError,
+                        QStringLiteral("Las pantallas del componente necesitan una QApplication y "
+                                       "el programa anfitrión ejecuta una QCoreApplication."));
+}
 
 // A sub-item list: one number, or several separated by "|"; a trailing "|" gives an empty
 // last element, whose statement then fails in the database.
@@ -118,14 +131,13 @@ bool clQUIVRAN::AgregarInsumo()
 {
     return ErrorMessage::guard(QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN.AgregarInsumo]"), [] {
         ModuleState& state = moduleState();
-        // Only an exact zero is refused; a negative quantity passes.
-        if (state.PRDCAN == 0) {
-            Messages::show(QStringLiteral("La cantidad del producto debe ser mayor a cero"),
-                           MessageExclamation | MessageOkOnly);
+        if (!DischargeSave::prepare())
             return false;
-        }
-        state.applyFormats(ValueFormats::current(FormatMoment::Discharge));
-        state.dischargeResult = false;
+        if (!ApplicationGuard::ensure())
+            throw screensNeedAnApplication();
+        // The allocation screen, shown modally and released when it closes, leaves the result.
+        frmAgregarDIP screen;
+        screen.exec();
         return state.dischargeResult;
     });
 }
@@ -133,6 +145,13 @@ bool clQUIVRAN::AgregarInsumo()
 void clQUIVRAN::GenerarIMP()
 {
     moduleState().applyFormats(ValueFormats::current(FormatMoment::Printing));
+    if (!ApplicationGuard::ensure()) {
+        ErrorMessage::show(screensNeedAnApplication(),
+                           QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN.GenerarIMP]"));
+        return;
+    }
+    frmImpresion screen;
+    screen.exec();
 }
 
 bool clQUIVRAN::EliminarInsumo()

@@ -46,6 +46,7 @@ private Q_SLOTS:
     void agregarInsumoAcceptsNegativeQuantity();
     void agregarInsumoRereadsMode();
     void generarImpSetsPrintingFormats();
+    void screensWithoutGuiApplicationAreReported();
     void totalsAreTheLastAcceptedDischarge();
     void resetForgetsBindings();
 };
@@ -213,6 +214,23 @@ void tst_clQUIVRAN::generarImpSetsPrintingFormats()
     component.GenerarIMP();
     QCOMPARE(moduleState().valueFormat, QStringLiteral("00.000000"));
     QCOMPARE(moduleState().secondFormat, QStringLiteral("00.000000"));
+}
+
+void tst_clQUIVRAN::screensWithoutGuiApplicationAreReported()
+{
+    // This test runs a QCoreApplication: the screens cannot be shown, and the host is told.
+    MessageRecorder recorder;
+    clQUIVRAN component;
+    component.PRDCAN(1);
+    QVERIFY(!component.AgregarInsumo());
+    QCOMPARE(recorder.messages.size(), 1);
+    QVERIFY(recorder.lastPrompt().contains(QStringLiteral("QApplication")));
+    QVERIFY(recorder.lastPrompt().endsWith(
+        QStringLiteral("\r\n\r\n51 - seccion [oQUIVRAN.clQUIVRAN.AgregarInsumo]")));
+    component.GenerarIMP();
+    QCOMPARE(recorder.messages.size(), 2);
+    QVERIFY(recorder.lastPrompt().endsWith(
+        QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN.GenerarIMP]")));
 }
 
 void tst_clQUIVRAN::totalsAreTheLastAcceptedDischarge()
