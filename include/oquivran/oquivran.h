@@ -3,6 +3,7 @@
 // The component's whole public interface.
 #include <oquivran/DataObject.h>
 #include <oquivran/Module.h>
+#include <oquivran/Printing.h>
 #include <oquivran/Recordset.h>
 #include <oquivran/RuntimeError.h>
 #include <oquivran/SqlDataObject.h>

@@ -16,6 +16,7 @@
 #include "ValueConversion.h"
 #include "WholeNumber.h"
 
+#include <oquivran/Printing.h>
 #include <oquivran/Recordset.h>
 
 #include <QComboBox>
@@ -250,17 +251,61 @@ void frmImpresion::escapePressed()
     closeScreen();
 }
 
-void frmImpresion::Imprimir()
+bool frmImpresion::Imprimir()
 {
     if (m_opDESINS->isChecked()) {
         if (!f_VerificarDatos())
-            return;
-        produce(DeclarationReport(), Output::Declaration, PageOrientation::Unchanged);
-    } else if (m_opIMPINT->isChecked()) {
-        produce(ControlReport(), Output::Listing, PageOrientation::Landscape);
-    } else {
-        produce(ComparativeReport(), Output::Listing, PageOrientation::Portrait);
+            return false;
+        return produce(DeclarationReport(), Output::Declaration, PageOrientation::Unchanged);
     }
+    if (m_opIMPINT->isChecked())
+        return produce(ControlReport(), Output::Listing, PageOrientation::Landscape);
+    return produce(ComparativeReport(), Output::Listing, PageOrientation::Portrait);
+}
+
+void frmImpresion::applyRequest(const PrintRequest& request)
+{
+    const auto setText = [](QLineEdit* box, const QString& text) {
+        if (!text.isEmpty())
+            box->setText(text);
+    };
+    const auto setNumber = [&](QLineEdit* box, qint16 number) {
+        if (number != 0)
+            setText(box, QString::number(number));
+    };
+    switch (request.report) {
+    case PrintReport::Declaration:
+        m_opDESINS->setChecked(true);
+        break;
+    case PrintReport::ControlListing:
+        m_opIMPINT->setChecked(true);
+        break;
+    case PrintReport::ComparativeListing:
+        m_opDESINSReal->setChecked(true);
+        break;
+    }
+    switch (request.output) {
+    case PrintOutput::Text:
+        m_opMODDOS->setChecked(true);
+        break;
+    case PrintOutput::Printer:
+        m_opMODCAD->setChecked(true);
+        break;
+    case PrintOutput::Form:
+        m_opMODFRM->setChecked(true);
+        break;
+    }
+    if (!request.printerName.isEmpty())
+        m_cboImpresion->setCurrentText(request.printerName);
+    setNumber(m_txtIMPTAM, request.fontSize);
+    setNumber(m_txtPAGLIN, request.linesPerPage);
+    setNumber(m_txtMargen, request.margin);
+    if (!request.sheet.isEmpty())
+        m_cboFoja->setCurrentIndex(m_cboFoja->findText(request.sheet));
+    setText(m_txtAAT, request.officialNumber);
+    setText(m_txtOficializacion, request.officialDate);
+    setText(m_txtFACTU, request.invoices);
+    m_progress = request.progress;
 }
 
 qint16 frmImpresion::method(Output output) const
@@ -272,7 +317,7 @@ qint16 frmImpresion::method(Output output) const
     return qint16(PrintMethod::Plain);
 }
 
-void frmImpresion::produce(const ReportKind& kind, Output output, PageOrientation orientation)
+bool frmImpresion::produce(const ReportKind& kind, Output output, PageOrientation orientation)
 {
     // The report is printed whatever the generation gave: an operation without items prints
     // an empty report.
@@ -282,10 +327,9 @@ void frmImpresion::produce(const ReportKind& kind, Output output, PageOrientatio
     const qint16 linesPerPage = wholeText(m_txtPAGLIN);
     const qint16 margin = wholeText(m_txtMargen);
     if (output == Output::Declaration)
-        lp_Imprimir(printer, fontSize, linesPerPage, method(output), margin);
-    else
-        lp_Imprimir_Control(printer, fontSize, linesPerPage, method(output), margin,
-                            qint16(orientation));
+        return lp_Imprimir(printer, fontSize, linesPerPage, method(output), margin);
+    return lp_Imprimir_Control(printer, fontSize, linesPerPage, method(output), margin,
+                               qint16(orientation));
 }
 
 PageOutput frmImpresion::pageOutput(const PageSettings& settings, PageTitles titles)
@@ -327,6 +371,8 @@ void frmImpresion::showProgress(const QString& text)
 {
     m_lbMensaje->setText(text);
     m_lbMensaje->repaint();
+    if (m_progress)
+        m_progress(text);
 }
 
 } // namespace oquivran

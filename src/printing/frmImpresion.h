@@ -3,6 +3,8 @@
 #include "PageOutput.h"
 #include "ScreenDialog.h"
 
+#include <functional>
+
 class QComboBox;
 class QLabel;
 class QLineEdit;
@@ -11,6 +13,7 @@ class QRadioButton;
 namespace oquivran {
 
 class ReportKind;
+struct PrintRequest;
 
 // The print options screen: which report (sworn declaration, internal control listing,
 // comparative listing), how it is printed (text mode, printer alone, over the form image), the
@@ -33,8 +36,12 @@ public:
     // Validates the date, official number and the three numeric settings (the first failure
     // shows its message and gives false), then saves the settings.
     bool f_VerificarDatos();
-    // F11: generates the chosen report and prints it.
-    void Imprimir();
+    // F11: generates the chosen report and prints it. False when the declaration's validation
+    // refused or the output failed.
+    bool Imprimir();
+    // Chooses the report and method and fills the boxes from a request; its empty texts and
+    // zero numbers keep what the screen loaded. Its progress receiver gets the progress texts.
+    void applyRequest(const PrintRequest& request);
 
     // Prints the report line buffer as the sworn declaration with the method (1 text mode, 2
     // printer, 3 over the form image), then records the official number, date and invoices
@@ -63,7 +70,7 @@ private:
     // Saves the printer's name when the list has printers.
     void savePrinter();
     // Generates a report and prints it with the screen's settings.
-    void produce(const ReportKind& kind, Output output, PageOrientation orientation);
+    bool produce(const ReportKind& kind, Output output, PageOrientation orientation);
     // The method option's value: 1 text mode, 2 printer, 3 form (3 only for the declaration).
     qint16 method(Output output) const;
     PageOutput pageOutput(const PageSettings& settings, PageTitles titles);
@@ -84,6 +91,7 @@ private:
     QLineEdit* m_txtOficializacion = nullptr;
     QLineEdit* m_txtFACTU = nullptr;
     QLabel* m_lbMensaje = nullptr;
+    std::function<void(const QString&)> m_progress;
 };
 
 } // namespace oquivran

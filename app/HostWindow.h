@@ -1,0 +1,74 @@
+#pragma once
+
+#include <QMainWindow>
+
+#include <memory>
+
+class ExportOperation;
+class HostDatabases;
+class QAction;
+class QComboBox;
+class QLabel;
+class QTableWidget;
+class QTreeWidget;
+
+namespace oquivran {
+class clQUIVRAN;
+}
+
+struct SubItem;
+
+// The host's main window: the export operation with its items and sub-items, the stock lines
+// with their availability and expiry, the selected sub-item's discharge lines, and the actions
+// that call the component (discharge, remove, number items, an item's inputs, print), the
+// "Restar merma y pérdida" switch and the forms folder.
+class HostWindow : public QMainWindow
+{
+    Q_OBJECT
+
+public:
+    // A window over open databases (not owned) with the operation shown first.
+    HostWindow(HostDatabases& databases, const QString& operation, QWidget* parent = nullptr);
+    ~HostWindow() override;
+
+    // Selects a sub-item in the list; false when the operation has none of that number.
+    bool selectSubItem(int idsub);
+    // Reloads the operation, the stock and the selected sub-item's lines.
+    void refresh();
+
+public Q_SLOTS:
+    // Discharges the selected sub-item on the component's allocation screen.
+    void discharge();
+    // Removes the selected sub-item's discharge.
+    void removeDischarge();
+    // Groups the sub-items and numbers the operation's items.
+    void numberItems();
+    // Shows the discharged inputs of the selected sub-item's item.
+    void showInputs();
+    // Opens the component's print options.
+    void print();
+    // Chooses the folder of the form images.
+    void chooseFormsFolder();
+
+private:
+    void buildControls();
+    void buildActions();
+    void loadOperation(const QString& interno);
+    void loadStock();
+    void loadLines();
+    // The selected sub-item, or nullptr.
+    const SubItem* selectedSubItem() const;
+    void showResult(const QString& text);
+
+    HostDatabases& m_databases;
+    std::unique_ptr<ExportOperation> m_operation;
+    std::unique_ptr<oquivran::clQUIVRAN> m_component;
+    QComboBox* m_operations = nullptr;
+    QTreeWidget* m_subItems = nullptr;
+    QTableWidget* m_stock = nullptr;
+    QTableWidget* m_lines = nullptr;
+    QLabel* m_linesTitle = nullptr;
+    QLabel* m_result = nullptr;
+    QLabel* m_formsFolder = nullptr;
+    QAction* m_restarPerMer = nullptr;
+};

@@ -1,0 +1,79 @@
+// oquivran-host: the sample host of the component. Without a subcommand it opens the window;
+// with one it runs headless (see --help).
+#include "HostCommands.h"
+#include "HostDatabases.h"
+#include "HostWindow.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QTextStream>
+
+namespace {
+
+bool hasDisplay()
+{
+    return !qEnvironmentVariableIsEmpty("DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
+           !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
+}
+
+int runWindow(QApplication& app)
+{
+    QCommandLineParser parser;
+    parser.addOptions({
+        {{"h", "help"}, "Muestra la ayuda."},
+        {"discharge-db", "Base de descargas.", "archivo"},
+        {"host-db", "Base del anfitrión.", "archivo"},
+        {"operation", "Operación que se muestra primero.", "interno"},
+    });
+    QTextStream err(stderr);
+    if (!parser.parse(app.arguments())) {
+        err << parser.errorText() << "\n\n" << HostCommands::overview();
+        return HostCommands::UsageError;
+    }
+    if (parser.isSet("help")) {
+        QTextStream(stdout) << HostCommands::overview();
+        return HostCommands::Success;
+    }
+    const bool explicitPaths = parser.isSet("discharge-db") || parser.isSet("host-db");
+    HostDatabases databases;
+    const HostDatabases::Status status = databases.open(
+        parser.isSet("discharge-db") ? parser.value("discharge-db")
+                                     : HostDatabases::defaultDischargePath(),
+        parser.isSet("host-db") ? parser.value("host-db") : HostDatabases::defaultHostPath(),
+        explicitPaths ? HostDatabases::Missing::Fail : HostDatabases::Missing::CreateSample);
+    if (status == HostDatabases::Status::NotFound || status == HostDatabases::Status::Failed) {
+        err << databases.errorText() << '\n';
+        return HostCommands::DatabaseMissing;
+    }
+    HostWindow window(databases, parser.isSet("operation") ? parser.value("operation")
+                                                           : QStringLiteral("OP-2025-0042"));
+    window.show();
+    return app.exec();
+}
+
+} // namespace
+
+int main(int argc, char* argv[])
+{
+    QApplication::setApplicationName(QStringLiteral("oquivran-host"));
+    const QString first = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
+    if (first == u"--help" || first == u"-h") {
+        QTextStream(stdout) << HostCommands::overview();
+        return HostCommands::Success;
+    }
+    const bool headless = HostCommands::isSubcommand(first);
+    // The headless subcommands print without a screen.
+    if (headless && qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+    if (!headless && !hasDisplay()) {
+        QTextStream(stderr) << "No hay pantalla (DISPLAY o WAYLAND_DISPLAY) para la ventana; "
+                               "use un subcomando.\n\n"
+                            << HostCommands::overview();
+        return HostCommands::UsageError;
+    }
+    QApplication app(argc, argv);
+    if (headless)
+        return HostCommands().run(app.arguments());
+    return runWindow(app);
+}

@@ -1,0 +1,56 @@
+#pragma once
+
+#include <QString>
+#include <QtGlobal>
+
+#include <functional>
+
+namespace oquivran {
+
+// The reports of the print options screen.
+enum class PrintReport {
+    Declaration,        // "Descarga de Insumos": the sworn declaration
+    ControlListing,     // "Impresion para control interno"
+    ComparativeListing, // "Listado Comparativo de insumos"
+};
+
+// How a report is put on paper, as the print options screen's methods.
+enum class PrintOutput : qint16 {
+    Text = 1,    // text mode ("Impresión MODO DOS"), through the text-mode print service
+    Printer = 2, // "Solo Caida"
+    Form = 3,    // "Impresion con formulario y caida" (the declaration only; the listings
+                 // print as Printer)
+};
+
+// What to print without the screen. Empty texts and zero numbers keep what the print options
+// screen loads: the saved printer settings, and the export data recorded on the operation's
+// discharge lines (the invoices of the host's "facturas" table when none are recorded).
+struct PrintRequest
+{
+    PrintReport report = PrintReport::Declaration;
+    PrintOutput output = PrintOutput::Printer;
+    QString printerName;
+    qint16 fontSize = 0;
+    qint16 linesPerPage = 0;
+    qint16 margin = 0;
+    // The form sheet, "1" to "5": the form image adj<sheet>.kbx in Dir_Formularios.
+    QString sheet;
+    // The export declaration's official number (Año/Ad/Tipo/N. Reg/DC), official date and
+    // invoices.
+    QString officialNumber;
+    QString officialDate;
+    QString invoices;
+    // Receives the progress texts ("Generando impresión....", "Imprimiendo hoja N de M").
+    std::function<void(const QString&)> progress;
+};
+
+// Prints a report of the operation set in INTERNO as F11 does on the print options screen,
+// without showing it: the print formats of GenerarIMP, the declaration's validation (its
+// messages go through the message handler and the settings are saved as on F11), the report
+// generator and the page output; the declaration then records the export data on the
+// operation's discharge lines. The printing environment variables apply (OQUIVRAN_PDF_OUTPUT,
+// OQUIVRAN_TEXT_OUTPUT). Needs a QApplication (one is created when the host has no
+// application object). Returns false when the validation refused or the output failed.
+bool printReport(const PrintRequest& request);
+
+} // namespace oquivran

@@ -1,0 +1,133 @@
+#include "DischargeFixture.h"
+#include "MessageRecorder.h"
+#include "PdfText.h"
+#include "PrintingData.h"
+
+#include <oquivran/Printing.h>
+
+#include <QTemporaryDir>
+#include <QtTest>
+
+using namespace oquivran;
+using namespace printingdata;
+
+// printReport: the print options screen's F11 without the screen.
+class tst_HeadlessPrint : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void declarationInTextModeRecordsExportData();
+    void declarationRefusesAnInvalidDate();
+    void controlListingToPdf();
+    void emptyFieldsKeepRecordedExportData();
+};
+
+namespace {
+
+QString readAll(const QString& path)
+{
+    QFile file(path);
+    return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+}
+
+PrintRequest declarationRequest()
+{
+    PrintRequest request;
+    request.report = PrintReport::Declaration;
+    request.output = PrintOutput::Text;
+    request.officialNumber = QStringLiteral("25/001/EC01/000123/K");
+    request.officialDate = QStringLiteral("05/03/2025");
+    request.invoices = QStringLiteral("A-0001-00000045");
+    return request;
+}
+
+} // namespace
+
+void tst_HeadlessPrint::declarationInTextModeRecordsExportData()
+{
+    QTemporaryDir dir;
+    DischargeFixture db;
+    seed(db);
+    MessageRecorder messages;
+    const QString out = dir.filePath(QStringLiteral("pages.txt"));
+    qputenv("OQUIVRAN_TEXT_OUTPUT", out.toLocal8Bit());
+    QStringList progress;
+    PrintRequest request = declarationRequest();
+    request.progress = [&](const QString& text) {
+        progress << text;
+    };
+
+    QVERIFY(printReport(request));
+    qunsetenv("OQUIVRAN_TEXT_OUTPUT");
+    QVERIFY2(messages.messages.isEmpty(), qPrintable(messages.lastPrompt()));
+    const QString text = readAll(out);
+    QVERIFY(
+        text.contains(QStringLiteral("DECLARACION JURADA DE DESCARGA DE IMPORTACION TEMPORAL")));
+    QVERIFY(text.contains(QStringLiteral("INS-01")));
+    QVERIFY(progress.contains(QStringLiteral("Imprimiendo hoja 1 de 1")));
+    QCOMPARE(db.scalar("select EXTNOF from DIP where EXTINT = 'OP-0001' limit 1").toString(),
+             QStringLiteral("25/001/EC01/000123/K"));
+    QCOMPARE(db.scalar("select EXTFOF from DIP where EXTINT = 'OP-0001' limit 1").toString(),
+             QStringLiteral("2025-03-05"));
+    QCOMPARE(db.scalar("select EXTFAC from DIP where EXTINT = 'OP-0001' limit 1").toString(),
+             QStringLiteral("A-0001-00000045"));
+}
+
+void tst_HeadlessPrint::declarationRefusesAnInvalidDate()
+{
+    DischargeFixture db;
+    seed(db);
+    MessageRecorder messages;
+    PrintRequest request = declarationRequest();
+    request.officialDate = QStringLiteral("31/02/2025");
+    QVERIFY(!printReport(request));
+    QCOMPARE(messages.lastPrompt(),
+             QStringLiteral("En Oficialización debe poner una Fecha Valida"));
+    QCOMPARE(messages.lastStyle(), int(MessageExclamation));
+    QVERIFY(db.scalar("select EXTNOF from DIP where EXTINT = 'OP-0001' limit 1").isNull());
+}
+
+void tst_HeadlessPrint::controlListingToPdf()
+{
+    QTemporaryDir dir;
+    DischargeFixture db;
+    seed(db);
+    MessageRecorder messages;
+    const QString pdf = dir.filePath(QStringLiteral("control.pdf"));
+    qputenv("OQUIVRAN_PDF_OUTPUT", pdf.toLocal8Bit());
+    PrintRequest request;
+    request.report = PrintReport::ControlListing;
+    request.output = PrintOutput::Form; // the listings print as Printer
+    QVERIFY(printReport(request));
+    qunsetenv("OQUIVRAN_PDF_OUTPUT");
+    QVERIFY2(messages.messages.isEmpty(), qPrintable(messages.lastPrompt()));
+    QCOMPARE(pdfPageCount(pdf), 1);
+    QVERIFY(pdfLayoutText(pdf).contains(QStringLiteral("INS-04")));
+    // The listings record nothing.
+    QVERIFY(db.scalar("select EXTNOF from DIP where EXTINT = 'OP-0001' limit 1").isNull());
+}
+
+void tst_HeadlessPrint::emptyFieldsKeepRecordedExportData()
+{
+    QTemporaryDir dir;
+    DischargeFixture db;
+    seed(db);
+    DischargeFixture::run(db.discharge(), "update DIP set EXTNOF = 'REC/1', EXTFOF = "
+                                          "'2025-04-07', EXTFAC = 'F-9' where EXTINT = 'OP-0001'");
+    MessageRecorder messages;
+    const QString out = dir.filePath(QStringLiteral("pages.txt"));
+    qputenv("OQUIVRAN_TEXT_OUTPUT", out.toLocal8Bit());
+    PrintRequest request;
+    request.output = PrintOutput::Text;
+    QVERIFY(printReport(request));
+    qunsetenv("OQUIVRAN_TEXT_OUTPUT");
+    QVERIFY2(messages.messages.isEmpty(), qPrintable(messages.lastPrompt()));
+    QCOMPARE(db.scalar("select EXTNOF from DIP where EXTINT = 'OP-0001' limit 1").toString(),
+             QStringLiteral("REC/1"));
+    QCOMPARE(db.scalar("select EXTFAC from DIP where EXTINT = 'OP-0001' limit 1").toString(),
+             QStringLiteral("F-9"));
+}
+
+QTEST_MAIN(tst_HeadlessPrint)
+#include "tst_HeadlessPrint.moc"
