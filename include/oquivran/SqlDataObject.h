@@ -4,9 +4,13 @@
 
 #include <QSqlDatabase>
 
+#include <memory>
+
 struct sqlite3;
 
 namespace oquivran {
+
+class StatementCache;
 
 // A DataObject over an SQLite connection opened with Qt's QSQLITE driver. It makes the
 // component's SQL text run on SQLite as the component writes it:
@@ -17,6 +21,8 @@ namespace oquivran {
 //   FLOAT, NUMERIC or DATE as a number or an ISO date, and reads DATE columns back as QDate;
 // - runs exactly one statement per call;
 // - sets WAL, synchronous=NORMAL and a busy timeout on the connection.
+// Statements that differ only in their values are prepared once and kept on the connection
+// (reset between uses, so they hold no lock).
 // Functions and settings belong to a connection; they are installed again whenever the
 // connection was reopened. Use it only from the thread that opened the connection.
 class SqlDataObject : public DataObject
@@ -34,9 +40,12 @@ public:
 
 private:
     sqlite3* connection();
+    // Lets go of the statements kept on a connection that was closed under them.
+    void releaseStatements();
 
     QSqlDatabase m_database;
     sqlite3* m_installedOn = nullptr;
+    std::unique_ptr<StatementCache> m_statements;
 };
 
 } // namespace oquivran

@@ -50,6 +50,10 @@ void Recordset::setFieldNames(const QStringList& fieldNames)
         const QString key = m_fieldNames.at(i).toLower();
         if (!m_index.contains(key))
             m_index.insert(key, i);
+        // The name as written too, so a lookup in the query's own letter case needs no
+        // lower-casing; only when it finds the same field.
+        if (m_index.value(key) == i && !m_index.contains(m_fieldNames.at(i)))
+            m_index.insert(m_fieldNames.at(i), i);
     }
     m_rows.clear();
     m_position = 0;
@@ -71,6 +75,9 @@ void Recordset::clear()
 
 int Recordset::fieldIndex(const QString& field) const
 {
+    const auto found = m_index.constFind(field);
+    if (found != m_index.constEnd())
+        return found.value();
     return m_index.value(field.toLower(), -1);
 }
 

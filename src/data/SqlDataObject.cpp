@@ -3,7 +3,9 @@
 #include <oquivran/Recordset.h>
 #include <oquivran/RuntimeError.h>
 
+#include "LiteralParameters.h"
 #include "SqliteFunctions.h"
+#include "StatementCache.h"
 #include "StatementRewriter.h"
 
 #include <QByteArray>
@@ -14,6 +16,7 @@
 
 #include <limits>
 #include <mutex>
+#include <utility>
 
 #include <sqlite3.h>
 
@@ -129,6 +132,8 @@ public:
 
     sqlite3_stmt* get() const { return m_statement; }
     sqlite3_stmt** out() { return &m_statement; }
+    // Hands the statement over; this object then holds none.
+    sqlite3_stmt* release() { return std::exchange(m_statement, nullptr); }
 
 private:
     sqlite3_stmt* m_statement = nullptr;
@@ -189,7 +194,24 @@ QDate isoDate(const QString& text)
 {
     if (text.size() < 10 || (text.size() > 10 && text.at(10) != u' ' && text.at(10) != u'T'))
         return QDate();
-    return QDate::fromString(text.left(10), QStringLiteral("yyyy-MM-dd"));
+    if (text.at(4) != u'-' || text.at(7) != u'-')
+        return QDate();
+    const auto digits = [&text](qsizetype from, qsizetype count) {
+        int value = 0;
+        for (qsizetype i = from; i < from + count; ++i) {
+            const char16_t c = text.at(i).unicode();
+            if (c < u'0' || c > u'9')
+                return -1;
+            value = value * 10 + (c - u'0');
+        }
+        return value;
+    };
+    const int year = digits(0, 4);
+    const int month = digits(5, 2);
+    const int day = digits(8, 2);
+    if (year < 0 || month < 0 || day < 0)
+        return QDate();
+    return QDate(year, month, day);
 }
 
 QVariant columnValue(sqlite3_stmt* statement, int column, bool dateColumn)
@@ -222,14 +244,145 @@ QVariant columnValue(sqlite3_stmt* statement, int column, bool dateColumn)
     }
 }
 
+// The fields of a prepared statement's rows and which of them are declared DATE.
+void describe(StatementCache::Entry& entry)
+{
+    sqlite3_stmt* stmt = entry.statement;
+    const int columns = sqlite3_column_count(stmt);
+    QStringList names;
+    entry.dateColumns.clear();
+    for (int c = 0; c < columns; ++c) {
+        names.append(QString::fromUtf8(sqlite3_column_name(stmt, c)));
+        entry.dateColumns.append(declaredKind(sqlite3_column_decltype(stmt, c)) ==
+                                 ColumnKind::Date);
+    }
+    entry.empty = Recordset(names);
+}
+
+// The kept statement of a text, prepared when it is not kept yet, with the text's values
+// bound; null when the text is not shared or its shared form does not prepare (the text then
+// runs as it is, and its errors read as they would).
+StatementCache::Entry* sharedStatement(sqlite3* connection, StatementCache& cache,
+                                       const QString& sql)
+{
+    const std::optional<LiteralParameters::Result> shared = LiteralParameters::extract(sql);
+    if (!shared)
+        return nullptr;
+    StatementCache::Entry* entry =
+        cache.connection() == connection ? cache.find(shared->text) : nullptr;
+    if (!entry) {
+        Statement statement;
+        try {
+            prepare(connection, shared->text, statement);
+        } catch (const RuntimeError&) {
+            return nullptr;
+        }
+        if (sqlite3_bind_parameter_count(statement.get()) != shared->values.size())
+            return nullptr;
+        StatementCache::Entry fresh;
+        fresh.statement = statement.release();
+        describe(fresh);
+        entry = cache.insert(connection, shared->text, fresh);
+    }
+    int index = 1;
+    for (const QVariant& value : shared->values) {
+        if (value.typeId() == QMetaType::LongLong) {
+            sqlite3_bind_int64(entry->statement, index++, value.toLongLong());
+        } else {
+            const QByteArray text = value.toString().toUtf8();
+            sqlite3_bind_text(entry->statement, index++, text.constData(), int(text.size()),
+                              SQLITE_TRANSIENT);
+        }
+    }
+    return entry;
+}
+
+// Resets a kept statement and drops its values when a run ends, however it ends.
+class ResetAfterRun
+{
+public:
+    explicit ResetAfterRun(sqlite3_stmt* statement) : m_statement(statement) {}
+    ResetAfterRun(const ResetAfterRun&) = delete;
+    ResetAfterRun& operator=(const ResetAfterRun&) = delete;
+    ~ResetAfterRun()
+    {
+        sqlite3_reset(m_statement);
+        sqlite3_clear_bindings(m_statement);
+    }
+
+private:
+    sqlite3_stmt* m_statement;
+};
+
+// Reads every row of a statement into rs.
+void readRows(sqlite3* db, sqlite3_stmt* stmt, const Recordset& empty,
+              const QList<bool>& dateColumns, Recordset& rs)
+{
+    Recordset result = empty;
+    const int columns = int(dateColumns.size());
+    int rc;
+    QVariantList row;
+    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+        row.clear();
+        row.reserve(columns);
+        for (int c = 0; c < columns; ++c)
+            row.append(columnValue(stmt, c, dateColumns.at(c)));
+        result.appendRow(row);
+    }
+    if (rc != SQLITE_DONE)
+        failWithMessage(db);
+    rs = std::move(result);
+}
+
+// Steps an action statement to its end; the number of records it changed.
+qint32 runAction(sqlite3* db, sqlite3_stmt* stmt)
+{
+    const sqlite3_int64 before = sqlite3_total_changes64(db);
+    int rc;
+    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+    }
+    if (rc != SQLITE_DONE)
+        failWithMessage(db);
+    // Only INSERT, UPDATE and DELETE change rows; other statements leave the count where the
+    // last of those put it.
+    if (sqlite3_total_changes64(db) == before)
+        return 0;
+    const sqlite3_int64 changes = sqlite3_changes64(db);
+    return qint32(qMin<sqlite3_int64>(changes, std::numeric_limits<qint32>::max()));
+}
+
 } // namespace
 
-SqlDataObject::SqlDataObject(const QSqlDatabase& database) : m_database(database) {}
+SqlDataObject::SqlDataObject(const QSqlDatabase& database)
+    : m_database(database), m_statements(std::make_unique<StatementCache>())
+{
+}
 
-SqlDataObject::~SqlDataObject() = default;
+SqlDataObject::~SqlDataObject()
+{
+    releaseStatements();
+}
+
+void SqlDataObject::releaseStatements()
+{
+    sqlite3* kept = m_statements->connection();
+    if (!kept)
+        return;
+    m_statements->clear();
+    const QVariant handle =
+        m_database.isOpen() && m_database.driver() ? m_database.driver()->handle() : QVariant();
+    const bool current = handle.isValid() && qstrcmp(handle.typeName(), "sqlite3*") == 0 &&
+                         *static_cast<sqlite3* const*>(handle.constData()) == kept;
+    // The driver cannot close a connection while statements are prepared on it, and lets go of
+    // it all the same; it is closed here, now that they are finalized.
+    if (!current)
+        sqlite3_close(kept);
+}
 
 sqlite3* SqlDataObject::connection()
 {
+    if (!m_database.isOpen())
+        releaseStatements();
     if (!m_database.isOpen() && !m_database.open())
         fail(m_database.lastError().text());
     const QVariant handle = m_database.driver() ? m_database.driver()->handle() : QVariant();
@@ -238,6 +391,8 @@ sqlite3* SqlDataObject::connection()
     sqlite3* connection = *static_cast<sqlite3* const*>(handle.constData());
     if (!connection)
         fail(QStringLiteral("The connection is not open"));
+    if (m_statements->connection() && m_statements->connection() != connection)
+        releaseStatements();
     // Each connection is set up once, whichever object on it comes first: setting it up again
     // would fail while one of the connection's statements is running.
     if (!isInstalled(connection)) {
@@ -256,49 +411,39 @@ sqlite3* SqlDataObject::connection()
 bool SqlDataObject::open(Recordset& rs)
 {
     sqlite3* db = connection();
+    if (StatementCache::Entry* entry = sharedStatement(db, *m_statements, m_sql)) {
+        bool stale = false;
+        {
+            const ResetAfterRun reset(entry->statement);
+            readRows(db, entry->statement, entry->empty, entry->dateColumns, rs);
+            // Prepared again after a change of the tables, it may have other columns now.
+            stale = sqlite3_column_count(entry->statement) != entry->dateColumns.size();
+        }
+        if (!stale)
+            return rs.recordCount() > 0;
+        m_statements->clear();
+    }
     Statement statement;
     prepare(db, m_sql, statement);
-    sqlite3_stmt* stmt = statement.get();
-
-    const int columns = sqlite3_column_count(stmt);
-    QStringList names;
-    QList<bool> dateColumns;
-    for (int c = 0; c < columns; ++c) {
-        names.append(QString::fromUtf8(sqlite3_column_name(stmt, c)));
-        dateColumns.append(declaredKind(sqlite3_column_decltype(stmt, c)) == ColumnKind::Date);
-    }
-    Recordset result(names);
-    int rc;
-    while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
-        QVariantList row;
-        row.reserve(columns);
-        for (int c = 0; c < columns; ++c)
-            row.append(columnValue(stmt, c, dateColumns.at(c)));
-        result.appendRow(row);
-    }
-    if (rc != SQLITE_DONE)
-        failWithMessage(db);
-    rs = std::move(result);
+    StatementCache::Entry described;
+    described.statement = statement.get();
+    describe(described);
+    readRows(db, statement.get(), described.empty, described.dateColumns, rs);
     return rs.recordCount() > 0;
 }
 
 qint32 SqlDataObject::execute()
 {
     sqlite3* db = connection();
+    if (StatementCache::Entry* entry = sharedStatement(db, *m_statements, m_sql)) {
+        const ResetAfterRun reset(entry->statement);
+        return runAction(db, entry->statement);
+    }
+    // Statements kept may not outlive a change of the tables made here.
+    m_statements->clear();
     Statement statement;
     prepare(db, m_sql, statement);
-    const sqlite3_int64 before = sqlite3_total_changes64(db);
-    int rc;
-    while ((rc = sqlite3_step(statement.get())) == SQLITE_ROW) {
-    }
-    if (rc != SQLITE_DONE)
-        failWithMessage(db);
-    // Only INSERT, UPDATE and DELETE change rows; other statements leave the count where the
-    // last of those put it.
-    if (sqlite3_total_changes64(db) == before)
-        return 0;
-    const sqlite3_int64 changes = sqlite3_changes64(db);
-    return qint32(qMin<sqlite3_int64>(changes, std::numeric_limits<qint32>::max()));
+    return runAction(db, statement.get());
 }
 
 } // namespace oquivran

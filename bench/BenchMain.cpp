@@ -1,0 +1,382 @@
+// The component's benchmarks beside their floors: the same SQL run directly through the SQLite
+// C interface with statements prepared once. Databases of 10k, 100k and 1M stock lines (or
+// those listed in OQUIVRAN_BENCH_LINES) are generated into OQUIVRAN_BENCH_DATA once.
+#include "BenchSession.h"
+#include "FloorWork.h"
+
+#include "ComparativeReport.h"
+#include "ControlReport.h"
+#include "DeclarationReport.h"
+#include "DischargeSave.h"
+#include "ModuleState.h"
+#include "ReportGenerator.h"
+#include "modManejoInsumos.h"
+
+#include <oquivran/Module.h>
+#include <oquivran/Recordset.h>
+#include <oquivran/clQUIVRAN.h>
+
+#include <QCoreApplication>
+#include <QStringList>
+
+#include <benchmark/benchmark.h>
+
+#include <cstdio>
+#include <functional>
+#include <map>
+#include <memory>
+
+using namespace oquivran;
+
+namespace {
+
+QString dataFolder()
+{
+    const QString folder = qEnvironmentVariable("OQUIVRAN_BENCH_DATA");
+    return folder.isEmpty() ? QStringLiteral(OQUIVRAN_BENCH_DATA_DIR) : folder;
+}
+
+struct Opened
+{
+    std::unique_ptr<BenchSession> session;
+    std::unique_ptr<FloorWork> floor;
+};
+
+// Closed before main returns, while the module state and Qt's drivers still exist.
+std::map<int, Opened> sessions;
+
+Opened& opened(int lines)
+{
+    Opened& entry = sessions[lines];
+    if (!entry.session) {
+        entry.session = std::make_unique<BenchSession>(lines, dataFolder());
+        entry.floor = std::make_unique<FloorWork>(entry.session->floorDischarge(),
+                                                  entry.session->floorHost());
+    }
+    return entry;
+}
+
+// Messages shown while benchmarking: any is a failure of the benchmark's setup.
+int messageCount = 0;
+QString lastMessage;
+
+bool failed(benchmark::State& state, bool ok, const char* what)
+{
+    if (ok && messageCount == 0)
+        return false;
+    const QString reason = QString::fromUtf8(what) + u": " + lastMessage;
+    state.SkipWithError(qPrintable(reason));
+    return true;
+}
+
+const QString benchOperation = QStringLiteral("BENCH");
+
+QString product(int inputs)
+{
+    return QStringLiteral("P%1").arg(inputs);
+}
+
+// Relation lookup and allocation of a product, as the allocation screen opens.
+bool openAllocation(int inputs)
+{
+    BenchSession::setSubItem(benchOperation, 1, product(inputs), 4);
+    return modManejoInsumos::GetRIP() && modManejoInsumos::Obtener_INS_A_DIP();
+}
+
+// Takes the bench sub-item's lines out again and puts the stock lines they drew on back.
+void undoSave(const BenchSession& session, const QList<DipCandidate>& lines,
+              const QList<double>& available)
+{
+    session.floorExec(QStringLiteral("delete from DIP where EXTINT = 'BENCH'"));
+    for (int i = 0; i < lines.size(); ++i) {
+        const DipCandidate& line = lines.at(i);
+        session.floorExec(QStringLiteral("update INS set ARTDSC = %1 where INTDCL = '%2' and "
+                                         "ARTNRO = '%3' and ARTITM = %4 and ARTSBT = %5")
+                              .arg(available.at(i), 0, 'g', 17)
+                              .arg(line.declaration, line.inputCode)
+                              .arg(line.item)
+                              .arg(line.subItem));
+    }
+}
+
+void BM_Open(benchmark::State& state)
+{
+    Opened& o = opened(int(state.range(0)));
+    o.session->bind(QStringLiteral("00.0000"));
+    const int inputs = int(state.range(1));
+    messageCount = 0;
+    for (auto _ : state) {
+        if (failed(state, openAllocation(inputs), "open"))
+            break;
+    }
+    state.counters["lines"] = double(moduleState().candidateLines.size());
+}
+
+void BM_Open_floor(benchmark::State& state)
+{
+    Opened& o = opened(int(state.range(0)));
+    const QString name = product(int(state.range(1)));
+    int lines = 0;
+    for (auto _ : state)
+        lines = o.floor->openAllocation(name, 4);
+    state.counters["lines"] = lines;
+}
+
+// Reads the ARTDSC of the candidate lines' stock lines, to put them back after a save.
+QList<double> stockBefore(const QList<DipCandidate>& lines)
+{
+    QList<double> result;
+    Recordset rs;
+    for (const DipCandidate& line : lines) {
+        moduleState().dataObject->setSql(
+            QStringLiteral("select ARTDSC from INS where INTDCL = '%1' and ARTNRO = '%2' and "
+                           "ARTITM = %3 and ARTSBT = %4")
+                .arg(line.declaration, line.inputCode)
+                .arg(line.item)
+                .arg(line.subItem));
+        moduleState().dataObject->open(rs);
+        result.append(rs.value(QStringLiteral("ARTDSC")).toDouble());
+    }
+    return result;
+}
+
+// What the save benchmarks start from: an allocation of the product and the stock it draws on.
+struct Saving
+{
+    Opened* opened = nullptr;
+    QList<DipCandidate> lines;
+    QList<double> before;
+};
+
+bool prepareSaving(benchmark::State& state, Saving& saving)
+{
+    saving.opened = &opened(int(state.range(0)));
+    saving.opened->session->bind(QStringLiteral("00.0000"));
+    messageCount = 0;
+    if (failed(state, openAllocation(int(state.range(1))), "open"))
+        return false;
+    saving.lines = moduleState().candidateLines;
+    saving.before = stockBefore(saving.lines);
+    return true;
+}
+
+void BM_F11(benchmark::State& state)
+{
+    Saving saving;
+    if (!prepareSaving(state, saving))
+        return;
+    Opened& o = *saving.opened;
+    for (auto _ : state) {
+        const bool saved = DischargeSave::run() == DischargeSave::Outcome::Saved;
+        state.PauseTiming();
+        undoSave(*o.session, saving.lines, saving.before);
+        state.ResumeTiming();
+        if (failed(state, saved, "F11"))
+            break;
+    }
+    state.counters["lines"] = double(saving.lines.size());
+}
+
+// Runs a floor benchmark of the save statements: timed and untimed work per iteration.
+void floorSaving(benchmark::State& state,
+                 const std::function<void(Opened&, const Saving&, const QString&)>& timed,
+                 const std::function<void(Opened&, const Saving&, const QString&)>& untimed)
+{
+    Saving saving;
+    if (!prepareSaving(state, saving))
+        return;
+    Opened& o = *saving.opened;
+    const QString name = product(int(state.range(1)));
+    for (auto _ : state) {
+        timed(o, saving, name);
+        state.PauseTiming();
+        untimed(o, saving, name);
+        state.ResumeTiming();
+    }
+    undoSave(*o.session, saving.lines, saving.before);
+    state.counters["lines"] = double(saving.lines.size());
+}
+
+void BM_F11_floor(benchmark::State& state)
+{
+    floorSaving(
+        state,
+        [](Opened& o, const Saving& s, const QString& name) {
+            o.floor->save(benchOperation, 1, name, s.lines);
+        },
+        [](Opened& o, const Saving& s, const QString&) {
+            undoSave(*o.session, s.lines, s.before);
+        });
+}
+
+void BM_EliminarInsumo(benchmark::State& state)
+{
+    Saving saving;
+    if (!prepareSaving(state, saving))
+        return;
+    Opened& o = *saving.opened;
+    clQUIVRAN component;
+    for (auto _ : state) {
+        state.PauseTiming();
+        moduleState().candidateLines = saving.lines;
+        const bool saved = DischargeSave::run() == DischargeSave::Outcome::Saved;
+        state.ResumeTiming();
+        const bool removed = component.EliminarInsumo();
+        if (failed(state, saved && removed, "EliminarInsumo"))
+            break;
+    }
+    undoSave(*o.session, saving.lines, saving.before);
+    state.counters["lines"] = double(saving.lines.size());
+}
+
+void BM_EliminarInsumo_floor(benchmark::State& state)
+{
+    // The save that the removal takes out is made untimed, after the first removal.
+    floorSaving(
+        state,
+        [](Opened& o, const Saving&, const QString& name) {
+            o.floor->eliminate(benchOperation, 1, name);
+        },
+        [](Opened& o, const Saving& s, const QString& name) {
+            o.floor->save(benchOperation, 1, name, s.lines);
+        });
+}
+
+const ReportKind& reportKind(int kind)
+{
+    static const DeclarationReport declaration;
+    static const ControlReport control;
+    static const ComparativeReport comparative;
+    if (kind == 0)
+        return declaration;
+    if (kind == 1)
+        return control;
+    return comparative;
+}
+
+void BM_Report(benchmark::State& state)
+{
+    Opened& o = opened(int(state.range(0)));
+    o.session->bind(QStringLiteral("00.000000"));
+    moduleState().INTERNO = QStringLiteral("R%1").arg(state.range(2));
+    const ReportGenerator generator(reportKind(int(state.range(1))));
+    messageCount = 0;
+    for (auto _ : state) {
+        if (failed(state, generator.GenerarOM(), "report"))
+            break;
+    }
+    state.counters["lines"] = double(moduleState().reportLines.size());
+    state.counters["per_subitem"] =
+        benchmark::Counter(double(state.range(2)), benchmark::Counter::kIsIterationInvariantRate |
+                                                       benchmark::Counter::kInvert);
+}
+
+void BM_Report_floor(benchmark::State& state)
+{
+    Opened& o = opened(int(state.range(0)));
+    const QString interno = QStringLiteral("R%1").arg(state.range(2));
+    const ReportKind& kind = reportKind(int(state.range(1)));
+    int rows = 0;
+    for (auto _ : state)
+        rows = o.floor->report(kind, interno);
+    state.counters["rows"] = rows;
+    state.counters["per_subitem"] =
+        benchmark::Counter(double(state.range(2)), benchmark::Counter::kIsIterationInvariantRate |
+                                                       benchmark::Counter::kInvert);
+}
+
+void BM_Obtener_Insumos(benchmark::State& state)
+{
+    Opened& o = opened(int(state.range(0)));
+    o.session->bind(QStringLiteral("00.0000"));
+    clQUIVRAN component;
+    component.INTERNO(QStringLiteral("R100"));
+    Recordset rs;
+    messageCount = 0;
+    for (auto _ : state) {
+        if (failed(state, component.Obtener_Insumos(7, rs), "Obtener_Insumos"))
+            break;
+    }
+    state.counters["rows"] = rs.recordCount();
+}
+
+void BM_Obtener_Insumos_floor(benchmark::State& state)
+{
+    Opened& o = opened(int(state.range(0)));
+    int rows = 0;
+    for (auto _ : state)
+        rows = o.floor->itemInputs(QStringLiteral("R100"), 7);
+    state.counters["rows"] = rows;
+}
+
+QList<int> sizes()
+{
+    QList<int> result;
+    const QString listed = qEnvironmentVariable("OQUIVRAN_BENCH_LINES");
+    for (const QString& part :
+         (listed.isEmpty() ? QStringLiteral("10000,100000,1000000") : listed).split(u','))
+        result.append(part.trimmed().toInt());
+    return result;
+}
+
+void registerAll()
+{
+    using Function = void (*)(benchmark::State&);
+    const struct
+    {
+        const char* name;
+        Function component;
+        Function floor;
+        QList<QList<int>> args;
+    } groups[] = {
+        {"Open", BM_Open, BM_Open_floor, {{10}, {100}, {500}}},
+        {"F11", BM_F11, BM_F11_floor, {{10}, {100}, {500}}},
+        {"EliminarInsumo", BM_EliminarInsumo, BM_EliminarInsumo_floor, {{100}}},
+        {"Report",
+         BM_Report,
+         BM_Report_floor,
+         {{0, 10},
+          {0, 100},
+          {0, 1000},
+          {1, 10},
+          {1, 100},
+          {1, 1000},
+          {2, 10},
+          {2, 100},
+          {2, 1000}}},
+        {"Obtener_Insumos", BM_Obtener_Insumos, BM_Obtener_Insumos_floor, {{}}},
+    };
+    for (const int lines : sizes()) {
+        for (const auto& group : groups) {
+            for (const QList<int>& args : group.args) {
+                for (const bool floor : {false, true}) {
+                    const std::string name = std::string(group.name) + (floor ? "_floor" : "");
+                    auto* b = benchmark::RegisterBenchmark(name.c_str(),
+                                                           floor ? group.floor : group.component);
+                    std::vector<int64_t> all = {lines};
+                    for (const int a : args)
+                        all.push_back(a);
+                    b->Args(all)->Unit(benchmark::kMillisecond);
+                }
+            }
+        }
+    }
+}
+
+} // namespace
+
+int main(int argc, char** argv)
+{
+    QCoreApplication app(argc, argv);
+    setMessageHandler([](const QString& prompt, int, const QString&) {
+        ++messageCount;
+        lastMessage = prompt;
+        return int(AnswerOk);
+    });
+    benchmark::Initialize(&argc, argv);
+    registerAll();
+    benchmark::RunSpecifiedBenchmarks();
+    benchmark::Shutdown();
+    sessions.clear();
+    return 0;
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "DipCandidate.h"
+#include "FloorStatement.h"
+
+#include <QList>
+#include <QString>
+#include <map>
+#include <string>
+
+#include <memory>
+
+struct sqlite3;
+
+namespace oquivran {
+class ReportKind;
+}
+
+// What each benchmarked operation asks of SQLite, done with FloorStatements: the same
+// statements the component sends, in the same order and number, reading the same rows, but
+// prepared once and run with bound values.
+class FloorWork
+{
+public:
+    FloorWork(sqlite3* discharge, sqlite3* host);
+
+    // Relation lookup and FIFO allocation of a product: the multiplier, the relations, and the
+    // stock of each input until its requirement is covered. Returns the lines proposed.
+    int openAllocation(const QString& product, double productQuantity);
+    // Writes the candidate lines of a sub-item, refreshes the stock lines they draw on and
+    // reads the sub-item's totals (what F11 sends).
+    void save(const QString& interno, qint16 subItem, const QString& product,
+              const QList<oquivran::DipCandidate>& lines);
+    // Reloads a sub-item's lines, deletes them and refreshes their stock lines.
+    void eliminate(const QString& interno, qint16 subItem, const QString& product);
+    // The queries of one report of an operation: items, sub-items of each, lines of each.
+    // Returns the rows read.
+    int report(const oquivran::ReportKind& kind, const QString& interno);
+    // The discharged inputs of an item. Returns the rows read.
+    int itemInputs(const QString& interno, qint32 item);
+
+private:
+    // Binds the key of a stock line into a statement built with the line markers.
+    static void setStockLine(FloorStatement& statement, const QString& declaration,
+                             const QString& input, int item, int subItem);
+    void refresh(const QString& declaration, const QString& input, int item, int subItem);
+    void setSubItem(FloorStatement& statement, const QString& interno, qint16 subItem,
+                    const QString& product);
+
+    sqlite3* m_discharge;
+    sqlite3* m_host;
+    FloorStatement m_multiplier;
+    FloorStatement m_relations;
+    FloorStatement m_stock;
+    FloorStatement m_insert;
+    FloorStatement m_sum;
+    FloorStatement m_declared;
+    FloorStatement m_update;
+    FloorStatement m_totals;
+    FloorStatement m_select;
+    FloorStatement m_delete;
+    FloorStatement m_itemInputs;
+    FloorStatement m_items;
+    FloorStatement m_subItems;
+    // One lines query per report kind, prepared at its first use.
+    std::map<std::string, std::unique_ptr<FloorStatement>> m_linesQueries;
+};

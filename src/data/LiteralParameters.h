@@ -1,0 +1,30 @@
+#pragma once
+
+#include <QString>
+#include <QVariantList>
+
+#include <optional>
+
+namespace oquivran {
+
+// Statements that differ only in their values share one prepared form: the quoted texts and
+// whole numbers written into a statement are taken out as parameters ("?") with their values,
+// which bind exactly as the literals read. Literals whose place gives them another meaning stay
+// in the text: those of a select's result columns (they name the columns), a number after TOP
+// or in ORDER BY / GROUP BY (a column position), a quoted text after AS (an alias), blob
+// literals.
+class LiteralParameters
+{
+public:
+    struct Result
+    {
+        QString text;        // the statement with "?" for each literal taken out
+        QVariantList values; // the literals in order: QString or qint64
+    };
+
+    // The statement's shared form; nothing when it is not a select, insert, update or delete,
+    // holds several statements or parameters of its own, or a quote is not closed.
+    static std::optional<Result> extract(const QString& sql);
+};
+
+} // namespace oquivran
