@@ -13,9 +13,20 @@ bool isWordChar(QChar c)
     return c.isLetterOrNumber() || c == u'_' || c == u'$' || c.unicode() >= 0x80;
 }
 
-bool isWord(QStringView word, const char16_t* keyword)
+// SQL keywords are ASCII and match without regard to ASCII case, as SQLite reads them; the
+// keyword's length is known at compile time, so most words are told apart by length alone.
+template <qsizetype N> bool isWord(QStringView word, const char16_t (&keyword)[N])
 {
-    return word.compare(QStringView(keyword), Qt::CaseInsensitive) == 0;
+    if (word.size() != N - 1)
+        return false;
+    for (qsizetype i = 0; i < N - 1; ++i) {
+        char16_t c = word[i].unicode();
+        if (c >= u'A' && c <= u'Z')
+            c = char16_t(c + (u'a' - u'A'));
+        if (c != keyword[i])
+            return false;
+    }
+    return true;
 }
 
 } // namespace
