@@ -39,4 +39,9 @@ QString NumberFormat::format(double value, const QString& pattern, const LocaleR
     return text;
 }
 
+double NumberFormat::rounded(double value, const QString& pattern, const LocaleRules& rules)
+{
+    return NumberText::toNumber(format(value, pattern, rules), rules);
+}
+
 } // namespace oquivran

@@ -17,6 +17,11 @@ public:
     // grouping. Infinite and NaN values print as the ordinary conversion does.
     static QString format(double value, const QString& pattern,
                           const LocaleRules& rules = LocaleRules::system());
+
+    // The value rounded the component's way: formatted with the pattern and read back, so it
+    // keeps exactly the precision the pattern shows.
+    static double rounded(double value, const QString& pattern,
+                          const LocaleRules& rules = LocaleRules::system());
 };
 
 } // namespace oquivran

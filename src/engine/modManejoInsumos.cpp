@@ -23,13 +23,6 @@ namespace oquivran {
 
 namespace {
 
-// Quantities are rounded only by formatting them with a quantity format and reading the text
-// back.
-double rounded(double value, const QString& format)
-{
-    return NumberText::toNumber(NumberFormat::format(value, format));
-}
-
 double real(const Recordset& rs, const QString& field)
 {
     return ValueConversion::toReal(rs.value(field));
@@ -101,7 +94,7 @@ bool modManejoInsumos::GetRIP()
             entry.inputCode = text(rs, QStringLiteral("ARTNRO"));
             entry.description = text(rs, QStringLiteral("RPADES"));
             entry.requiredQuantity =
-                rounded(real(rs, QStringLiteral("sRIPCAN")), state.valueFormat);
+                NumberFormat::rounded(real(rs, QStringLiteral("sRIPCAN")), state.valueFormat);
             entry.relationQuantity = real(rs, QStringLiteral("oRIPCAN"));
             entry.shrinkage = text(rs, QStringLiteral("RIPMER"));
             entry.loss = text(rs, QStringLiteral("RIPPER"));
@@ -183,15 +176,16 @@ bool modManejoInsumos::Obtener_RIP_A_DIP(const QString& inputCode, double requir
                 // rather than what that stock line gives: both as the system has them.
                 if (taken + available == requiredQuantity) {
                     taken += available;
-                    appended.quantity = rounded(taken, state.valueFormat);
+                    appended.quantity = NumberFormat::rounded(taken, state.valueFormat);
                     return true;
                 }
                 if (taken + available < requiredQuantity) {
-                    appended.quantity = rounded(available, state.valueFormat);
+                    appended.quantity = NumberFormat::rounded(available, state.valueFormat);
                     taken += available;
                     continue;
                 }
-                appended.quantity = rounded(std::fabs(taken - requiredQuantity), state.valueFormat);
+                appended.quantity =
+                    NumberFormat::rounded(std::fabs(taken - requiredQuantity), state.valueFormat);
                 return true;
             }
 
@@ -224,8 +218,8 @@ bool modManejoInsumos::AgregarDIP()
             for (const DipCandidate& line : lines) {
                 if (line.allocationStatus == AllocationNoStock)
                     continue;
-                values.realQuantity =
-                    rounded(realQuantity(line, state.Restar_PerMer), state.valueFormat);
+                values.realQuantity = NumberFormat::rounded(realQuantity(line, state.Restar_PerMer),
+                                                            state.valueFormat);
                 BoundData::execute(DischargeStatements::insertLine(values, line));
             }
             return true;
@@ -325,8 +319,10 @@ void modManejoInsumos::readDischargeTotals()
     Recordset rs;
     BoundData::open(DischargeStatements::subItemTotals(currentSubItem()), rs);
     // Rounded to the display precision before they reach the host.
-    const double quantity = rounded(real(rs, QStringLiteral("totcan")), state.valueFormat);
-    const double cif = rounded(real(rs, QStringLiteral("cif")), QStringLiteral("00.000000"));
+    const double quantity =
+        NumberFormat::rounded(real(rs, QStringLiteral("totcan")), state.valueFormat);
+    const double cif =
+        NumberFormat::rounded(real(rs, QStringLiteral("cif")), QStringLiteral("00.000000"));
     state.CantidadDescontada = quantity;
     state.CIFDescontado = cif;
 }

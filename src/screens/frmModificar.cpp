@@ -2,7 +2,6 @@
 
 #include "BoundData.h"
 #include "CandidatePosition.h"
-#include "EntryValues.h"
 #include "ErrorMessage.h"
 #include "Messages.h"
 #include "ModuleState.h"
@@ -170,10 +169,14 @@ bool frmModificar::f_Aceptar()
         // The fields are stored one after the other: a shrinkage or loss that is no number
         // stops here with the fields before it already stored.
         DipCandidate& line = CandidatePosition::line(CandidatePosition::fromText(m_position));
-        line.quantity = EntryValues::rounded(m_txtCantidad->text(), state.valueFormat);
-        line.unitPrice = EntryValues::rounded(m_txtPrecio->text(), QStringLiteral("00.000000"));
-        line.shrinkage = EntryValues::rounded(m_txtMerma->text(), state.secondFormat);
-        line.loss = EntryValues::rounded(m_txtPerdida->text(), state.secondFormat);
+        line.quantity =
+            NumberFormat::rounded(NumberText::toNumber(m_txtCantidad->text()), state.valueFormat);
+        line.unitPrice = NumberFormat::rounded(NumberText::toNumber(m_txtPrecio->text()),
+                                               QStringLiteral("00.000000"));
+        line.shrinkage =
+            NumberFormat::rounded(NumberText::toNumber(m_txtMerma->text()), state.secondFormat);
+        line.loss =
+            NumberFormat::rounded(NumberText::toNumber(m_txtPerdida->text()), state.secondFormat);
         line.ctc = m_txtCTC->text();
         line.exportReference = m_txtEXP->text();
         // Both statements are built before either runs: a value the database cannot take

@@ -15,6 +15,8 @@ private Q_SLOTS:
     void format_data();
     void format();
     void underBothSeparators();
+    void rounded_data();
+    void rounded();
 };
 
 void tst_NumberFormat::format_data()
@@ -102,6 +104,25 @@ void tst_NumberFormat::underBothSeparators()
              QStringLiteral("1234567,50"));
     QCOMPARE(NumberFormat::format(1234567.5, QStringLiteral("0.00"), point),
              QStringLiteral("1234567.50"));
+}
+
+void tst_NumberFormat::rounded_data()
+{
+    QTest::addColumn<double>("value");
+    QTest::addColumn<QString>("pattern");
+    QTest::addColumn<double>("expected");
+    QTest::newRow("quantity to four decimals") << 12.34565 << "00.0000" << 12.3457;
+    QTest::newRow("price to six decimals") << 1.12345675 << "00.000000" << 1.123457;
+    QTest::newRow("negative") << -2.675 << "0.00" << -2.68;
+    QTest::newRow("already exact") << 9.0 << "00.0000" << 9.0;
+}
+
+void tst_NumberFormat::rounded()
+{
+    QFETCH(double, value);
+    QFETCH(QString, pattern);
+    QFETCH(double, expected);
+    QCOMPARE(NumberFormat::rounded(value, pattern), expected);
 }
 
 QTEST_GUILESS_MAIN(tst_NumberFormat)
