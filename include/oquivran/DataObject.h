@@ -3,6 +3,8 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <functional>
+
 namespace oquivran {
 
 class Recordset;
@@ -22,6 +24,13 @@ public:
     // Runs the text as an action statement. Returns the number of records affected. Throws
     // RuntimeError with the database's message when the statement fails.
     virtual qint32 execute() = 0;
+    // Runs the text as a query and hands its rows to visit one at a time, each as a recordset
+    // positioned on that row, until visit returns false or the rows end; rows after that are
+    // not read. visit must not run statements through this object. Returns true when rows
+    // came back. Throws RuntimeError with the database's message when the query fails, and
+    // lets what visit throws through. This one opens the whole query and walks it; an object
+    // that can read rows as they are asked for does better.
+    virtual bool forEachRow(const std::function<bool(const Recordset&)>& visit);
 
     // The text set last.
     QString sql() const { return m_sql; }

@@ -34,6 +34,9 @@ public:
 
     bool open(Recordset& rs) override;
     qint32 execute() override;
+    // Reads rows only as visit asks for them: a query stopped early costs only the rows it
+    // gave. A statement run through this object from inside visit throws RuntimeError.
+    bool forEachRow(const std::function<bool(const Recordset&)>& visit) override;
 
     // The connection this object runs on.
     QSqlDatabase database() const { return m_database; }
@@ -45,6 +48,7 @@ private:
 
     QSqlDatabase m_database;
     sqlite3* m_installedOn = nullptr;
+    bool m_visiting = false;
     std::unique_ptr<StatementCache> m_statements;
 };
 

@@ -1,5 +1,6 @@
 #include "DecimalDigits.h"
 
+#include <algorithm>
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
@@ -14,12 +15,13 @@ DecimalDigits::DecimalDigits(double value)
     // Scientific notation with 14 decimals is the value correctly rounded to 15 significant
     // digits: "d.ddddddddddddddde±XX".
     char buffer[64];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer, std::fabs(value),
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer - 1, std::fabs(value),
                                       std::chars_format::scientific, 14);
-    const std::string text(buffer, result.ptr);
-    const auto e = text.find('e');
-    m_digits = text.substr(0, 1) + text.substr(2, e - 2);
-    m_exponent = std::atoi(text.c_str() + e + 1);
+    *result.ptr = '\0';
+    const char* e = std::find(buffer, result.ptr, 'e');
+    m_digits.assign(1, buffer[0]);
+    m_digits.append(buffer + 2, size_t(e - (buffer + 2)));
+    m_exponent = std::atoi(e + 1);
     while (!m_digits.empty() && m_digits.back() == '0')
         m_digits.pop_back();
 }

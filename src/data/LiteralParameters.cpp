@@ -73,20 +73,22 @@ std::optional<LiteralParameters::Result> LiteralParameters::extract(const QStrin
         if (c == u'\'' || c == u'"' || c == u'`' || c == u'[') {
             const QChar closing = c == u'[' ? QChar(u']') : c;
             const qsizetype start = i++;
+            // The text between the quotes, a doubled closing quote standing for one.
             QString value;
             bool closed = false;
             while (i < size) {
-                if (sql.at(i) == closing) {
-                    if (closing != u']' && i + 1 < size && sql.at(i + 1) == closing) {
-                        value += closing;
-                        i += 2;
-                        continue;
-                    }
-                    ++i;
-                    closed = true;
+                const qsizetype found = sql.indexOf(closing, i);
+                if (found < 0)
                     break;
+                value += QStringView(sql).mid(i, found - i);
+                if (closing != u']' && found + 1 < size && sql.at(found + 1) == closing) {
+                    value += closing;
+                    i = found + 2;
+                    continue;
                 }
-                value += sql.at(i++);
+                i = found + 1;
+                closed = true;
+                break;
             }
             if (!closed)
                 return std::nullopt;

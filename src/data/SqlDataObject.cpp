@@ -314,25 +314,101 @@ private:
     sqlite3_stmt* m_statement;
 };
 
-// Reads every row of a statement into rs.
-void readRows(sqlite3* db, sqlite3_stmt* stmt, const Recordset& empty,
-              const QList<bool>& dateColumns, Recordset& rs)
+// How stepping through a query's rows ended.
+enum class Stepping {
+    Ended,   // past the last row
+    Stopped, // the taker asked for no more rows
+    Stale,   // prepared again after a change of the tables, it has other columns now
+};
+
+// Steps a query, handing the values of each row to take until take returns false. Throws the
+// database's message when a step fails.
+template <typename Take>
+Stepping stepRows(sqlite3* db, sqlite3_stmt* stmt, const QList<bool>& dateColumns, Take take)
 {
-    Recordset result = empty;
     const int columns = int(dateColumns.size());
-    int rc;
     QVariantList row;
+    int rc;
     while ((rc = sqlite3_step(stmt)) == SQLITE_ROW) {
+        if (sqlite3_column_count(stmt) != columns)
+            return Stepping::Stale;
         row.clear();
         row.reserve(columns);
         for (int c = 0; c < columns; ++c)
             row.append(columnValue(stmt, c, dateColumns.at(c)));
-        result.appendRow(row);
+        if (!take(row))
+            return Stepping::Stopped;
     }
     if (rc != SQLITE_DONE)
         failWithMessage(db);
-    rs = std::move(result);
+    return sqlite3_column_count(stmt) == columns ? Stepping::Ended : Stepping::Stale;
 }
+
+// Reads every row of a statement into rs, unless the statement turned out stale.
+Stepping readRows(sqlite3* db, sqlite3_stmt* stmt, const Recordset& empty,
+                  const QList<bool>& dateColumns, Recordset& rs)
+{
+    Recordset result = empty;
+    const Stepping stepping = stepRows(db, stmt, dateColumns, [&](const QVariantList& row) {
+        result.appendRow(row);
+        return true;
+    });
+    if (stepping == Stepping::Ended)
+        rs = std::move(result);
+    return stepping;
+}
+
+// Hands the rows of a statement to visit, each in a recordset of its own positioned on it.
+// Whether rows came back, unless the statement turned out stale.
+Stepping visitRows(sqlite3* db, sqlite3_stmt* stmt, const Recordset& empty,
+                   const QList<bool>& dateColumns,
+                   const std::function<bool(const Recordset&)>& visit, bool& found)
+{
+    found = false;
+    return stepRows(db, stmt, dateColumns, [&](const QVariantList& values) {
+        found = true;
+        Recordset row = empty;
+        row.appendRow(values);
+        return visit(row);
+    });
+}
+
+// Runs a query text with step: on its kept statement, reset afterwards; or, when the text is
+// not shared or its kept statement turned out stale, on one prepared for this run.
+void runQuery(sqlite3* db, StatementCache& cache, const QString& sql,
+              const std::function<Stepping(const StatementCache::Entry&)>& step)
+{
+    if (StatementCache::Entry* entry = sharedStatement(db, cache, sql)) {
+        Stepping stepping;
+        {
+            const ResetAfterRun reset(entry->statement);
+            stepping = step(*entry);
+        }
+        if (stepping != Stepping::Stale)
+            return;
+        cache.clear();
+    }
+    Statement statement;
+    prepare(db, sql, statement);
+    StatementCache::Entry described;
+    described.statement = statement.get();
+    describe(described);
+    if (step(described) == Stepping::Stale)
+        fail(QString::fromUtf8(sqlite3_errstr(SQLITE_SCHEMA)));
+}
+
+// Marks an object as handing rows to a visitor while it lives.
+class Visiting
+{
+public:
+    explicit Visiting(bool& flag) : m_flag(flag) { m_flag = true; }
+    Visiting(const Visiting&) = delete;
+    Visiting& operator=(const Visiting&) = delete;
+    ~Visiting() { m_flag = false; }
+
+private:
+    bool& m_flag;
+};
 
 // Steps an action statement to its end; the number of records it changed.
 qint32 runAction(sqlite3* db, sqlite3_stmt* stmt)
@@ -381,6 +457,10 @@ void SqlDataObject::releaseStatements()
 
 sqlite3* SqlDataObject::connection()
 {
+    // The visited statement is kept in the same store as every other one: running another
+    // now could reset or finalize it under the visit.
+    if (m_visiting)
+        fail(QStringLiteral("A statement cannot run while the rows of another are being read"));
     if (!m_database.isOpen())
         releaseStatements();
     if (!m_database.isOpen() && !m_database.open())
@@ -411,25 +491,22 @@ sqlite3* SqlDataObject::connection()
 bool SqlDataObject::open(Recordset& rs)
 {
     sqlite3* db = connection();
-    if (StatementCache::Entry* entry = sharedStatement(db, *m_statements, m_sql)) {
-        bool stale = false;
-        {
-            const ResetAfterRun reset(entry->statement);
-            readRows(db, entry->statement, entry->empty, entry->dateColumns, rs);
-            // Prepared again after a change of the tables, it may have other columns now.
-            stale = sqlite3_column_count(entry->statement) != entry->dateColumns.size();
-        }
-        if (!stale)
-            return rs.recordCount() > 0;
-        m_statements->clear();
-    }
-    Statement statement;
-    prepare(db, m_sql, statement);
-    StatementCache::Entry described;
-    described.statement = statement.get();
-    describe(described);
-    readRows(db, statement.get(), described.empty, described.dateColumns, rs);
+    runQuery(db, *m_statements, m_sql, [&](const StatementCache::Entry& entry) {
+        return readRows(db, entry.statement, entry.empty, entry.dateColumns, rs);
+    });
     return rs.recordCount() > 0;
+}
+
+bool SqlDataObject::forEachRow(const std::function<bool(const Recordset&)>& visit)
+{
+    sqlite3* db = connection();
+    const Visiting visiting(m_visiting);
+    bool found = false;
+    // Stale is found before the first row is handed over, so no row is visited twice.
+    runQuery(db, *m_statements, m_sql, [&](const StatementCache::Entry& entry) {
+        return visitRows(db, entry.statement, entry.empty, entry.dateColumns, visit, found);
+    });
+    return found;
 }
 
 qint32 SqlDataObject::execute()

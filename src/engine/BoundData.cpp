@@ -23,6 +23,14 @@ bool BoundData::open(const QString& sql, Recordset& rs, Database database)
     return data.open(rs);
 }
 
+bool BoundData::forEachRow(const QString& sql, const std::function<bool(const Recordset&)>& visit,
+                           Database database)
+{
+    DataObject& data = object(database);
+    data.setSql(sql);
+    return data.forEachRow(visit);
+}
+
 qint32 BoundData::execute(const QString& sql, Database database)
 {
     DataObject& data = object(database);

@@ -3,6 +3,8 @@
 #include <QString>
 #include <QtGlobal>
 
+#include <functional>
+
 namespace oquivran {
 
 class DataObject;
@@ -21,6 +23,10 @@ public:
     static DataObject& object(Database database = Database::Discharge);
     // Opens a query into rs; true when rows came back.
     static bool open(const QString& sql, Recordset& rs, Database database = Database::Discharge);
+    // Hands the rows of a query to visit one at a time until it returns false (see
+    // DataObject::forEachRow); true when rows came back.
+    static bool forEachRow(const QString& sql, const std::function<bool(const Recordset&)>& visit,
+                           Database database = Database::Discharge);
     // Executes an action statement; the number of records affected.
     static qint32 execute(const QString& sql, Database database = Database::Discharge);
 };

@@ -142,8 +142,52 @@ bool modManejoInsumos::Obtener_RIP_A_DIP(const QString& inputCode, double requir
             proposed.lossKind = lossKind;
             proposed.obligatory = obligatory;
 
-            Recordset rs;
-            if (!BoundData::open(DischargeStatements::stockOfInput(inputCode), rs)) {
+            // Stock lines are read in FIFO order only until the requirement is covered.
+            double taken = 0;
+            bool covered = false;
+            const qsizetype linesBefore = state.candidateLines.size();
+            bool found = false;
+            try {
+                found = BoundData::forEachRow(
+                    DischargeStatements::stockOfInput(inputCode), [&](const Recordset& rs) {
+                        DipCandidate line = proposed;
+                        line.declaration = text(rs, QStringLiteral("sINTDCL"));
+                        line.inputCode = text(rs, QStringLiteral("ARTNRO"));
+                        line.item = whole(rs, QStringLiteral("ARTITM"));
+                        line.subItem = whole(rs, QStringLiteral("ARTSBT"));
+                        line.tariffPosition = text(rs, QStringLiteral("ARTNCM"));
+                        line.unitPrice = real(rs, QStringLiteral("ARTPRE"));
+                        line.ctc = TextRules::trim(text(rs, QStringLiteral("ARTCTC")));
+                        line.exportReference = TextRules::trim(text(rs, QStringLiteral("INSEXP")));
+                        const double available = real(rs, QStringLiteral("ARTDSC"));
+                        state.candidateLines.append(line);
+                        DipCandidate& appended = state.candidateLines.last();
+
+                        // Exact equality of reals, and on the completing line the whole running
+                        // total rather than what that stock line gives: both as the system has
+                        // them.
+                        if (taken + available == requiredQuantity) {
+                            taken += available;
+                            appended.quantity = NumberFormat::rounded(taken, state.valueFormat);
+                            covered = true;
+                            return false;
+                        }
+                        if (taken + available < requiredQuantity) {
+                            appended.quantity = NumberFormat::rounded(available, state.valueFormat);
+                            taken += available;
+                            return true;
+                        }
+                        appended.quantity = NumberFormat::rounded(
+                            std::fabs(taken - requiredQuantity), state.valueFormat);
+                        covered = true;
+                        return false;
+                    });
+            } catch (...) {
+                // A stock query that fails part way proposes none of its lines.
+                state.candidateLines.resize(linesBefore);
+                throw;
+            }
+            if (!found) {
                 if (obligatory != 1) {
                     Messages::show(
                         QStringLiteral("El articulo ") + inputCode +
@@ -156,38 +200,8 @@ bool modManejoInsumos::Obtener_RIP_A_DIP(const QString& inputCode, double requir
                 state.candidateLines.append(proposed);
                 return true;
             }
-
-            double taken = 0;
-            for (rs.moveFirst(); !rs.eof(); rs.moveNext()) {
-                DipCandidate line = proposed;
-                line.declaration = text(rs, QStringLiteral("sINTDCL"));
-                line.inputCode = text(rs, QStringLiteral("ARTNRO"));
-                line.item = whole(rs, QStringLiteral("ARTITM"));
-                line.subItem = whole(rs, QStringLiteral("ARTSBT"));
-                line.tariffPosition = text(rs, QStringLiteral("ARTNCM"));
-                line.unitPrice = real(rs, QStringLiteral("ARTPRE"));
-                line.ctc = TextRules::trim(text(rs, QStringLiteral("ARTCTC")));
-                line.exportReference = TextRules::trim(text(rs, QStringLiteral("INSEXP")));
-                const double available = real(rs, QStringLiteral("ARTDSC"));
-                state.candidateLines.append(line);
-                DipCandidate& appended = state.candidateLines.last();
-
-                // Exact equality of reals, and on the completing line the whole running total
-                // rather than what that stock line gives: both as the system has them.
-                if (taken + available == requiredQuantity) {
-                    taken += available;
-                    appended.quantity = NumberFormat::rounded(taken, state.valueFormat);
-                    return true;
-                }
-                if (taken + available < requiredQuantity) {
-                    appended.quantity = NumberFormat::rounded(available, state.valueFormat);
-                    taken += available;
-                    continue;
-                }
-                appended.quantity =
-                    NumberFormat::rounded(std::fabs(taken - requiredQuantity), state.valueFormat);
+            if (covered)
                 return true;
-            }
 
             if (obligatory == 1) {
                 state.candidateLines.last().allocationStatus = AllocationIncomplete;

@@ -1,8 +1,14 @@
 #include "LocaleText.h"
 #include "NumberFormat.h"
+#include "NumberText.h"
+
+#include <oquivran/RuntimeError.h>
 
 #include <QtTest>
 
+#include <QRandomGenerator>
+
+#include <cmath>
 #include <limits>
 
 using namespace oquivran;
@@ -17,6 +23,9 @@ private Q_SLOTS:
     void underBothSeparators();
     void rounded_data();
     void rounded();
+    void roundedReadsWhatFormatPrints_data();
+    void roundedReadsWhatFormatPrints();
+    void roundedRefusesWhatDoesNotReadBack();
 };
 
 void tst_NumberFormat::format_data()
@@ -123,6 +132,81 @@ void tst_NumberFormat::rounded()
     QFETCH(QString, pattern);
     QFETCH(double, expected);
     QCOMPARE(NumberFormat::rounded(value, pattern), expected);
+}
+
+void tst_NumberFormat::roundedReadsWhatFormatPrints_data()
+{
+    QTest::addColumn<QString>("pattern");
+    QTest::newRow("quantity") << "00.0000";
+    QTest::newRow("price") << "00.000000";
+    QTest::newRow("whole") << "0";
+    QTest::newRow("no integer zeros") << "#.00";
+    QTest::newRow("three integer zeros") << "000.0";
+}
+
+// rounded() must give exactly the number that reading format()'s text gives, sign of zero
+// included, under both separators.
+void tst_NumberFormat::roundedReadsWhatFormatPrints()
+{
+    QFETCH(QString, pattern);
+    const LocaleRules point{QLocale::c()};
+    const LocaleRules comma{QLocale(QLocale::Spanish, QLocale::Argentina)};
+    QRandomGenerator random(20261122);
+    QList<double> values = {
+        0.0,      -0.0,    0.00004,  -0.00004, 0.00005, -0.00005, 2.675, -2.675,
+        12.34565, 1.005,   0.5,      -0.5,     1e15,    1e20,     -1e20, 123456789012345.6,
+        9.99995,  0.99995, 1.125e-7, 5e-324,   1e300};
+    for (int i = 0; i < 20000; ++i) {
+        // Mantissas of every size, from a millionth to a thousand million, both signs.
+        const double magnitude = std::pow(10.0, random.bounded(-7, 10));
+        double value = random.generateDouble() * magnitude;
+        if (random.bounded(2) == 1)
+            value = -value;
+        // Values that sit on a rounding half of the last printed place.
+        if (i % 4 == 0)
+            value = std::round(value * 1e5) / 1e5 + 0.000005;
+        values.append(value);
+    }
+    for (const double value : std::as_const(values)) {
+        for (const LocaleRules* rules : {&point, &comma}) {
+            const QString text = NumberFormat::format(value, pattern, *rules);
+            if (!NumberText::holdsNumber(text, *rules)) {
+                QVERIFY_THROWS_EXCEPTION(RuntimeError,
+                                         NumberFormat::rounded(value, pattern, *rules));
+                continue;
+            }
+            const double expected = NumberText::toNumber(text, *rules);
+            const double actual = NumberFormat::rounded(value, pattern, *rules);
+            if (actual != expected || std::signbit(actual) != std::signbit(expected))
+                QFAIL(qPrintable(QStringLiteral("%1 with %2: %3, reading \"%4\" gives %5")
+                                     .arg(value, 0, 'g', 17)
+                                     .arg(pattern)
+                                     .arg(actual, 0, 'g', 17)
+                                     .arg(text)
+                                     .arg(expected, 0, 'g', 17)));
+        }
+    }
+}
+
+void tst_NumberFormat::roundedRefusesWhatDoesNotReadBack()
+{
+    const auto refused = [](double value, const QString& pattern) {
+        try {
+            NumberFormat::rounded(value, pattern);
+        } catch (const RuntimeError& error) {
+            return error.number == 13;
+        }
+        return false;
+    };
+    // A pattern without zeros prints nothing for a value that rounds to zero.
+    QVERIFY(refused(0.3, QStringLiteral("#")));
+    QCOMPARE(NumberFormat::rounded(0.6, QStringLiteral("#")), 1.0);
+    // Fifteen digits of the largest double lie beyond the range.
+    QVERIFY(refused(std::numeric_limits<double>::max(), QStringLiteral("0.00")));
+    QVERIFY(refused(std::numeric_limits<double>::infinity(), QStringLiteral("0.00")));
+    QVERIFY(refused(std::nan(""), QStringLiteral("0.00")));
+    // A negative value that rounds to zero reads back as zero without a sign.
+    QVERIFY(!std::signbit(NumberFormat::rounded(-0.00004, QStringLiteral("0.0000"))));
 }
 
 QTEST_GUILESS_MAIN(tst_NumberFormat)

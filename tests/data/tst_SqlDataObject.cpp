@@ -485,6 +485,123 @@ private Q_SLOTS:
         QSqlDatabase::removeDatabase(name);
     }
 
+    // Rows are read only as the visitor asks: a third row that cannot be evaluated is never
+    // reached when the visitor stops at the second, and fails when it goes on.
+    void forEachRowReadsOnlyWhatIsAsked()
+    {
+        SqlDataObject dao(db());
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('1', 'P1')"));
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('2', 'P2')"));
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('abc', 'P3')"));
+        const QString sql =
+            QStringLiteral("select PRDNRO, cdbl(CATNRO) as n from PRD where PRDNRO > 'P'");
+        QStringList seen;
+        dao.setSql(sql);
+        QVERIFY(dao.forEachRow([&](const Recordset& row) {
+            seen << row.value(QStringLiteral("PRDNRO")).toString() + u'=' +
+                        NumberText::toText(row.value(QStringLiteral("n")).toDouble());
+            return seen.size() < 2;
+        }));
+        QCOMPARE(seen, QStringList({QStringLiteral("P1=1"), QStringLiteral("P2=2")}));
+
+        // Read to its end, the same text fails on the third row, after two were handed over.
+        seen.clear();
+        dao.setSql(sql);
+        const RuntimeError error = errorOf([&] {
+            dao.forEachRow([&](const Recordset& row) {
+                seen << row.value(QStringLiteral("PRDNRO")).toString();
+                return true;
+            });
+        });
+        QCOMPARE(error.number, qint32(oquivran::DatabaseError));
+        QCOMPARE(error.description, QStringLiteral("Type mismatch"));
+        QCOMPARE(seen.size(), 2);
+        // open() reads every row, so it fails before giving any.
+        Recordset rs;
+        dao.setSql(sql);
+        QCOMPARE(errorOf([&] { dao.open(rs); }).description, QStringLiteral("Type mismatch"));
+    }
+
+    void forEachRowWithoutRows()
+    {
+        SqlDataObject dao(db());
+        int visits = 0;
+        dao.setSql(QStringLiteral("select PRDNRO from PRD where PRDNRO = 'none'"));
+        QVERIFY(!dao.forEachRow([&](const Recordset&) {
+            ++visits;
+            return true;
+        }));
+        QCOMPARE(visits, 0);
+    }
+
+    // A statement run from inside the visit is refused without harm to either; a visit that
+    // throws leaves the statement reset, holding no read of the database.
+    void forEachRowKeepsItsStatement()
+    {
+        SqlDataObject dao(db());
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P1')"));
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P2')"));
+        const QString sql = QStringLiteral("select PRDNRO from PRD where CATNRO = 'C'");
+        RuntimeError inner(0, QString());
+        int visits = 0;
+        dao.setSql(sql);
+        QVERIFY(dao.forEachRow([&](const Recordset&) {
+            ++visits;
+            inner = errorOf([&] { run(dao, QStringLiteral("delete from PRD")); });
+            return true;
+        }));
+        QCOMPARE(visits, 2);
+        QCOMPARE(inner.number, qint32(oquivran::DatabaseError));
+        QCOMPARE(inner.description,
+                 QStringLiteral("A statement cannot run while the rows of another are being read"));
+        QCOMPARE(count(QStringLiteral("PRD")), 2);
+
+        dao.setSql(sql);
+        const RuntimeError thrown = errorOf([&] {
+            dao.forEachRow([](const Recordset&) -> bool {
+                throw RuntimeError(5, QStringLiteral("from the visit"));
+            });
+        });
+        QCOMPARE(thrown.description, QStringLiteral("from the visit"));
+        // Nothing is left reading: another connection can checkpoint and truncate the log.
+        QSqlQuery other(db());
+        QVERIFY(other.exec(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)")));
+        QVERIFY(other.next());
+        QCOMPARE(other.value(0).toInt(), 0);
+        other.finish();
+        // And the same text runs again from its first row.
+        QStringList seen;
+        dao.setSql(sql);
+        QVERIFY(dao.forEachRow([&](const Recordset& row) {
+            seen << row.value(QStringLiteral("PRDNRO")).toString();
+            return true;
+        }));
+        QCOMPARE(seen, QStringList({QStringLiteral("P1"), QStringLiteral("P2")}));
+        QCOMPARE(run(dao, QStringLiteral("delete from PRD where PRDNRO = 'P1'")), 1);
+    }
+
+    // A kept statement whose table changed is prepared again with the new columns.
+    void forEachRowAfterTableChange()
+    {
+        SqlDataObject dao(db());
+        run(dao, QStringLiteral("create table T (A integer)"));
+        run(dao, QStringLiteral("insert into T values (1)"));
+        const QString sql = QStringLiteral("select * from T where A = 1");
+        QStringList fields;
+        const auto visit = [&](const Recordset& row) {
+            fields = row.fieldNames();
+            return false;
+        };
+        dao.setSql(sql);
+        QVERIFY(dao.forEachRow(visit));
+        QCOMPARE(fields, QStringList({QStringLiteral("A")}));
+        QSqlQuery other(db());
+        QVERIFY(other.exec(QStringLiteral("alter table T add column B text default 'b'")));
+        dao.setSql(sql);
+        QVERIFY(dao.forEachRow(visit));
+        QCOMPARE(fields, QStringList({QStringLiteral("A"), QStringLiteral("B")}));
+    }
+
     void lockedDatabase()
     {
         const QString name = QStringLiteral("tst_SqlDataObject-locker");

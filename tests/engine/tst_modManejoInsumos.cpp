@@ -87,6 +87,7 @@ private Q_SLOTS:
     void insufficientStockKeepsLines();
     void unusableStockIsNeverOffered();
     void firstFailureStopsTheLoop();
+    void stockBeyondCoverageIsNotRead();
     void ctcTrimmedAndNullAsEmpty();
     void allocationStatementsAreExact();
 
@@ -351,6 +352,28 @@ void tst_modManejoInsumos::firstFailureStopsTheLoop()
     QCOMPARE(state().candidateLines.size(), 1);
     QCOMPARE(state().candidateLines[0].inputCode, QStringLiteral("ART1"));
     QCOMPARE(messages.messages.size(), 1);
+}
+
+// Stock lines are read in FIFO order only until the requirement is covered: a later line whose
+// item does not fit 16 bits is never reached for 5, and stops the allocation for 15 with none
+// of that input's lines proposed.
+void tst_modManejoInsumos::stockBeyondCoverageIsNotRead()
+{
+    DischargeFixture f;
+    MessageRecorder messages;
+    seed(f, {{"D1", QDate(2026, 1, 1), 1, 1, 10}, {"D2", QDate(2026, 2, 1), 70000, 1, 10}});
+    state().relationList = {relation("ART1", 5)};
+    QVERIFY(modManejoInsumos::Obtener_INS_A_DIP());
+    QCOMPARE(state().candidateLines.size(), 1);
+    QCOMPARE(state().candidateLines[0].quantity, 5.0);
+    QVERIFY(messages.messages.isEmpty());
+
+    state().relationList = {relation("ART1", 15)};
+    QVERIFY(!modManejoInsumos::Obtener_INS_A_DIP());
+    QVERIFY(state().candidateLines.isEmpty());
+    QCOMPARE(messages.messages.size(), 1);
+    QVERIFY(messages.messages[0].prompt.contains(QStringLiteral("Obtener_RIP_A_DIP")));
+    QVERIFY(messages.messages[0].prompt.startsWith(QStringLiteral("Overflow")));
 }
 
 void tst_modManejoInsumos::ctcTrimmedAndNullAsEmpty()
