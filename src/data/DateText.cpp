@@ -25,12 +25,27 @@ QString DateText::toText(const QDate& date, const LocaleRules& rules)
 {
     if (!date.isValid())
         return QString();
-    const QString day = QStringLiteral("%1").arg(date.day(), 2, 10, QChar(u'0'));
-    const QString month = QStringLiteral("%1").arg(date.month(), 2, 10, QChar(u'0'));
-    const QString year = QStringLiteral("%1").arg(date.year(), 4, 10, QChar(u'0'));
+    const int year = date.year();
+    if (year < 0 || year > 9999) {
+        const QString day = QStringLiteral("%1").arg(date.day(), 2, 10, QChar(u'0'));
+        const QString month = QStringLiteral("%1").arg(date.month(), 2, 10, QChar(u'0'));
+        const QString yearText = QStringLiteral("%1").arg(year, 4, 10, QChar(u'0'));
+        const QChar separator = rules.dateSeparator();
+        return rules.dayFirst() ? day + separator + month + separator + yearText
+                                : month + separator + day + separator + yearText;
+    }
+    // Two digits of day and month and four of the year, written directly.
+    const auto digit = [](int value) {
+        return QChar(char16_t(u'0' + value));
+    };
+    const int first = rules.dayFirst() ? date.day() : date.month();
+    const int second = rules.dayFirst() ? date.month() : date.day();
     const QChar separator = rules.dateSeparator();
-    return rules.dayFirst() ? day + separator + month + separator + year
-                            : month + separator + day + separator + year;
+    const QChar text[10] = {digit(first / 10),  digit(first % 10),      separator,
+                            digit(second / 10), digit(second % 10),     separator,
+                            digit(year / 1000), digit(year / 100 % 10), digit(year / 10 % 10),
+                            digit(year % 10)};
+    return QString(text, 10);
 }
 
 std::optional<QDate> DateText::parse(const QString& text, const LocaleRules& rules)

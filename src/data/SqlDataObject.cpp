@@ -297,18 +297,15 @@ StatementCache::Entry* sharedStatement(sqlite3* connection, StatementCache& cach
     return entry;
 }
 
-// Resets a kept statement and drops its values when a run ends, however it ends.
+// Resets a kept statement when a run ends, however it ends. Its values stay bound until the
+// next run binds every one of them again.
 class ResetAfterRun
 {
 public:
     explicit ResetAfterRun(sqlite3_stmt* statement) : m_statement(statement) {}
     ResetAfterRun(const ResetAfterRun&) = delete;
     ResetAfterRun& operator=(const ResetAfterRun&) = delete;
-    ~ResetAfterRun()
-    {
-        sqlite3_reset(m_statement);
-        sqlite3_clear_bindings(m_statement);
-    }
+    ~ResetAfterRun() { sqlite3_reset(m_statement); }
 
 private:
     sqlite3_stmt* m_statement;

@@ -13,6 +13,8 @@ class tst_DateText : public QObject
 private Q_SLOTS:
     void toTextByLocale_data();
     void toTextByLocale();
+    void toTextPadsEveryPart_data();
+    void toTextPadsEveryPart();
     void systemLocaleIsDayFirst();
     void parse_data();
     void parse();
@@ -42,6 +44,33 @@ void tst_DateText::toTextByLocale()
     QFETCH(QString, expected);
     const LocaleRules rules{QLocale(locale)};
     QCOMPARE(DateText::toText(QDate(2027, 3, 5), rules), expected);
+}
+
+void tst_DateText::toTextPadsEveryPart_data()
+{
+    QTest::addColumn<QDate>("date");
+    QTest::addColumn<QString>("dayFirst");
+    QTest::addColumn<QString>("monthFirst");
+    QTest::newRow("two-digit day and month") << QDate(2026, 12, 31) << "31/12/2026"
+                                             << "12/31/2026";
+    QTest::newRow("year one") << QDate(1, 1, 9) << "09/01/0001"
+                              << "01/09/0001";
+    QTest::newRow("three-digit year") << QDate(999, 10, 1) << "01/10/0999"
+                                      << "10/01/0999";
+    QTest::newRow("last four-digit year") << QDate(9999, 12, 31) << "31/12/9999"
+                                          << "12/31/9999";
+    // Years beyond four digits print whole.
+    QTest::newRow("five-digit year") << QDate(12345, 6, 7) << "07/06/12345"
+                                     << "06/07/12345";
+}
+
+void tst_DateText::toTextPadsEveryPart()
+{
+    QFETCH(QDate, date);
+    QFETCH(QString, dayFirst);
+    QFETCH(QString, monthFirst);
+    QCOMPARE(DateText::toText(date, LocaleRules{QLocale(QStringLiteral("es_AR"))}), dayFirst);
+    QCOMPARE(DateText::toText(date, LocaleRules{QLocale(QStringLiteral("en_US"))}), monthFirst);
 }
 
 void tst_DateText::systemLocaleIsDayFirst()

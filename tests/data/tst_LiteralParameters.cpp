@@ -59,6 +59,10 @@ void tst_LiteralParameters::extract_data()
     QTest::newRow("trailing semicolons")
         << "delete from T where A = 1;;"
         << "delete from T where A = ?;;" << QVariantList{qint64(1)};
+    // Digits of other scripts are letters of a name to SQLite, not a number.
+    QTest::newRow("other digits") << QStringLiteral("select A from T where B = \u0663 and C = 4")
+                                  << QStringLiteral("select A from T where B = \u0663 and C = ?")
+                                  << QVariantList{qint64(4)};
     QTest::newRow("accents and upper case")
         << "SELECT A FROM T WHERE B = 'Año'"
         << "SELECT A FROM T WHERE B = ?" << QVariantList{QStringLiteral("Año")};
