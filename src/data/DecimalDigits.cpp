@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <limits>
 
 namespace oquivran {
 
@@ -12,18 +13,40 @@ DecimalDigits::DecimalDigits(double value)
     m_negative = std::signbit(value);
     if (value == 0.0)
         return;
-    // Scientific notation with 14 decimals is the value correctly rounded to 15 significant
-    // digits: "d.ddddddddddddddde±XX".
+    const double magnitude = std::fabs(value);
     char buffer[64];
-    const auto result = std::to_chars(buffer, buffer + sizeof buffer - 1, std::fabs(value),
+    // The shortest text that reads back as the value is, for a normal double with at most 15
+    // significant digits, also the value rounded to 15 digits: it lies within half a unit in
+    // the last place of the value, closer than half the spacing of 15-digit decimals. It is
+    // much cheaper to write than a fixed precision.
+    if (magnitude >= std::numeric_limits<double>::min()) {
+        const auto shortest = std::to_chars(buffer, buffer + sizeof buffer - 1, magnitude,
+                                            std::chars_format::scientific);
+        if (setFromScientific(buffer, shortest.ptr, 15))
+            return;
+    }
+    // Otherwise scientific notation with 14 decimals is the value correctly rounded to 15
+    // significant digits: "d.ddddddddddddddde±XX".
+    const auto result = std::to_chars(buffer, buffer + sizeof buffer - 1, magnitude,
                                       std::chars_format::scientific, 14);
-    *result.ptr = '\0';
-    const char* e = std::find(buffer, result.ptr, 'e');
-    m_digits.assign(1, buffer[0]);
-    m_digits.append(buffer + 2, size_t(e - (buffer + 2)));
+    setFromScientific(buffer, result.ptr, 15);
+}
+
+bool DecimalDigits::setFromScientific(char* begin, char* end, size_t maximumDigits)
+{
+    // "d[.ddd]e±XX"
+    *end = '\0';
+    const char* e = std::find(static_cast<const char*>(begin), static_cast<const char*>(end), 'e');
+    const size_t fractionDigits = e - begin > 2 ? size_t(e - (begin + 2)) : 0;
+    if (1 + fractionDigits > maximumDigits)
+        return false;
+    m_digits.assign(1, begin[0]);
+    if (fractionDigits > 0)
+        m_digits.append(begin + 2, fractionDigits);
     m_exponent = std::atoi(e + 1);
     while (!m_digits.empty() && m_digits.back() == '0')
         m_digits.pop_back();
+    return true;
 }
 
 void DecimalDigits::fixed(int decimals, std::string& integerPart, std::string& fraction) const

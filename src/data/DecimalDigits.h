@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace oquivran {
@@ -25,6 +26,11 @@ public:
     void fixed(int decimals, std::string& integerPart, std::string& fraction) const;
 
 private:
+    // Takes digits and exponent from to_chars' scientific text in [begin, end) (one character
+    // past end is writable); false, leaving them unset, when it has more than maximumDigits
+    // significant digits.
+    bool setFromScientific(char* begin, char* end, size_t maximumDigits);
+
     bool m_negative = false;
     std::string m_digits;
     int m_exponent = 0;

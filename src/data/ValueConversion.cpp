@@ -30,7 +30,7 @@ double ValueConversion::toReal(const QVariant& value)
         // Dates count days from 30/12/1899.
         return double(QDate(1899, 12, 30).daysTo(value.toDate()));
     case QMetaType::QString:
-        return NumberText::toNumber(value.toString());
+        return NumberText::toNumber(*static_cast<const QString*>(value.constData()));
     default:
         throw RuntimeError::typeMismatch();
     }
@@ -41,6 +41,9 @@ QString ValueConversion::toText(const QVariant& value)
     if (value.isNull())
         return QString();
     switch (value.typeId()) {
+    case QMetaType::QString:
+        // Text is most of what is read: taken as it is, without the general conversion.
+        return *static_cast<const QString*>(value.constData());
     case QMetaType::Double:
     case QMetaType::Float:
         return NumberText::toText(value.toDouble());
