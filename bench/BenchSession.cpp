@@ -21,9 +21,11 @@ sqlite3* openFloor(const QString& path)
         SQLITE_OK)
         throw std::runtime_error("cannot open " + path.toStdString());
     oquivran::SqliteFunctions::install(db);
+    // The component's own connection settings.
     sqlite3_busy_timeout(db, 5000);
     sqlite3_exec(db, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
     sqlite3_exec(db, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
+    sqlite3_exec(db, "PRAGMA cache_size=-65536", nullptr, nullptr, nullptr);
     return db;
 }
 

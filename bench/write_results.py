@@ -67,7 +67,8 @@ context = data.get("context", {})
 out = []
 out.append("# Benchmark results\n")
 out.append("Written by `scripts/bench` on %s (%s CPUs at %s MHz, load average %s), Release build. "
-           "Each figure is the median wall time of %s repetitions; *spread* is (max - min) / "
+           "Each figure is the median wall time of %s repetitions, run interleaved in random order "
+           "across all benchmarks; *spread* is (max - min) / "
            "median over them, the machine's noise. The floor runs the same SQL statements "
            "directly through the SQLite C interface, prepared once with bound values; the ratio "
            "is component / floor.\n" % (
@@ -123,18 +124,24 @@ out.append("""
   the column kinds the rewriting for SQLite needs with the prepared statement, reads DATE
   columns without Qt's date parser and finds fields without lower-casing. Before that, opening
   a 100-input allocation cost about 11 x its floor and F11 about 1.8 x (10k stock lines).
-- Opening stays near 2 x its floor because the component reads every available stock line of
-  an input into its recordset (the allocation needs the record count), while the floor stops
-  stepping once the requirement is covered.
+- Opening: the allocation reads an input's stock lines through DataObject::forEachRow, which
+  SqlDataObject answers by stepping the query only until the FIFO covers the requirement, as
+  the floor does. What remains of the gap is turning each row into the recordset's values
+  (QVariant, QString), finding fields by name, taking the literals out of each statement's
+  text and rounding each quantity the component's way. While the whole stock of each input was
+  read into a recordset, opening cost about 1.9 x its floor at 1M stock lines.
 - Reports: the floor itself grows with the operation's size (per sub-item about 20 us at 10
   sub-items, 360 us at 1,000): the lines query of a sub-item ("EXTSBT = n or idroot = n" within
   one operation) is answered by scanning the operation's lines through the index on EXTINT;
   SQLite does not turn the OR into two index lookups there. The component adds the padding and
   number formatting of each line (about 2 x the floor for 100 sub-items).
+- Both the component's connection and the floor's keep up to 64 MB of pages (PRAGMA
+  cache_size): with SQLite's default of 2 MB, the pages an allocation of 100 inputs reads at
+  1M stock lines did not stay between one opening and the next, and opening grew about 2 x
+  from 10k to 1M stock lines in the component and in its floor alike.
 - F11 and EliminarInsumo write: each statement commits on its own (the system has no
-  transactions), so their floors are bound by the WAL writes; the 1M database (360 MB) no
-  longer fits SQLite's page cache, which is what grows from 10k to 1M in both the component
-  and the floor.
+  transactions), so their floors are bound by the WAL writes, which also make most of their
+  growth from 10k to 1M stock lines.
 """)
 
 with open(target, "w") as f:

@@ -20,7 +20,8 @@ class StatementCache;
 // - stores a number or date written as locale text into a column declared REAL, DOUBLE,
 //   FLOAT, NUMERIC or DATE as a number or an ISO date, and reads DATE columns back as QDate;
 // - runs exactly one statement per call;
-// - sets WAL, synchronous=NORMAL and a busy timeout on the connection.
+// - sets WAL, synchronous=NORMAL, a busy timeout and a page cache of up to 64 MB on the
+//   connection.
 // Statements that differ only in their values are prepared once and kept on the connection
 // (reset between uses, so they hold no lock).
 // Functions and settings belong to a connection; they are installed again whenever the

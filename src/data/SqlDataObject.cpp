@@ -479,6 +479,10 @@ sqlite3* SqlDataObject::connection()
         // Speed only: a database that cannot switch (in memory, or locked now) works as it is.
         sqlite3_exec(connection, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
         sqlite3_exec(connection, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
+        // Up to 64 MB of pages kept per connection, taken only as pages are read: the stock
+        // lines an allocation reads are still there when F11 refreshes them, and a large
+        // database's index pages stay in memory.
+        sqlite3_exec(connection, "PRAGMA cache_size=-65536", nullptr, nullptr, nullptr);
         markInstalled(connection);
     }
     m_installedOn = connection;

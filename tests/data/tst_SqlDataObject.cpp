@@ -462,6 +462,10 @@ private Q_SLOTS:
                      .value(QStringLiteral("synchronous"))
                      .toInt(),
                  1);
+        QCOMPARE(rows(dao, QStringLiteral("PRAGMA cache_size"))
+                     .value(QStringLiteral("cache_size"))
+                     .toInt(),
+                 -65536);
         QCOMPARE(rows(dao, QStringLiteral("PRAGMA busy_timeout"))
                      .value(QStringLiteral("timeout"))
                      .toInt(),
