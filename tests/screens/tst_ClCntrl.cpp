@@ -1,6 +1,7 @@
 #include "DischargeFixture.h"
 #include "MessageRecorder.h"
 #include "Scenario.h"
+#include "ScreenCase.h"
 #include "ScreenScript.h"
 
 #include "ClCntrl.h"
@@ -22,11 +23,8 @@ namespace {
 // Runs body on the line edit screen of the first allocation line.
 void onLineEdit(const std::function<void(QWidget*)>& body)
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     editRow(script, 0);
     script.on(QStringLiteral("frmModificar"), [body](QWidget* screen) {
         body(screen);

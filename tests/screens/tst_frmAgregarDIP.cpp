@@ -1,6 +1,7 @@
 #include "DischargeFixture.h"
 #include "MessageRecorder.h"
 #include "Scenario.h"
+#include "ScreenCase.h"
 #include "ScreenScript.h"
 
 #include "ListViewRows.h"
@@ -51,11 +52,8 @@ private Q_SLOTS:
 
 void tst_frmAgregarDIP::completeOpensWithoutMessageAndSavesWithoutQuestion()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     script.on(QStringLiteral("frmAgregarDIP"), [&](QWidget* screen) {
         QCOMPARE(control<QLabel>(screen, "lbMensaje")->text(), QString());
         QVERIFY(control<QLabel>(screen, "lbTeclas")->isVisible());
@@ -134,11 +132,8 @@ void tst_frmAgregarDIP::shortInputOpensIncomplete()
 
 void tst_frmAgregarDIP::blankCtcStopsSave()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f, QStringLiteral(""));
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"), QStringLiteral(""));
+    auto& [f, recorder, script] = screenCase;
     script.on(QStringLiteral("frmAgregarDIP"), [&](QWidget* screen) {
         press(screen, "lstINSUMOS", Qt::Key_F11);
         QCOMPARE(recorder.lastPrompt(),
@@ -156,11 +151,8 @@ void tst_frmAgregarDIP::blankCtcStopsSave()
 
 void tst_frmAgregarDIP::noStockLineNeedsNoCtc()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD3"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD3"));
+    auto& [f, recorder, script] = screenCase;
     script.on(QStringLiteral("frmAgregarDIP"), [&](QWidget* screen) {
         auto* list = control<QTreeWidget>(screen, "lstINSUMOS");
         QCOMPARE(list->topLevelItem(2)->text(0), QStringLiteral("Sin Stock"));
@@ -185,11 +177,8 @@ void tst_frmAgregarDIP::unitPriceHasSevenDecimals_data()
 void tst_frmAgregarDIP::unitPriceHasSevenDecimals()
 {
     QFETCH(QString, mode);
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     script.on(QStringLiteral("frmAgregarDIP"), [&](QWidget* screen) {
         auto* list = control<QTreeWidget>(screen, "lstINSUMOS");
         QCOMPARE(list->topLevelItem(1)->text(5), fmt(3.1234567, "00.0000000"));
@@ -206,11 +195,8 @@ void tst_frmAgregarDIP::unitPriceHasSevenDecimals()
 
 void tst_frmAgregarDIP::insertOfListedLineIsRefused()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     insertStock(script, QStringLiteral("IN1"), QStringLiteral("D1"), 1);
     script.on(QStringLiteral("frmCargarInsumo"),
               [](QWidget* screen) { press(screen, "txtDIPCAN", Qt::Key_F11); });
@@ -231,11 +217,8 @@ void tst_frmAgregarDIP::insertOfListedLineIsRefused()
 
 void tst_frmAgregarDIP::insertAppendsLine()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     insertStock(script, QStringLiteral("IN1"), QStringLiteral("D2"), 2);
     script.on(QStringLiteral("frmCargarInsumo"), [](QWidget* screen) {
         control<QLineEdit>(screen, "txtDIPCAN")->setText(QStringLiteral("3"));
@@ -322,11 +305,8 @@ void tst_frmAgregarDIP::escapeAfterEditsWritesNothing()
 
 void tst_frmAgregarDIP::failedRelationLookupOpensComplete()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("NOPRD"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("NOPRD"));
+    auto& [f, recorder, script] = screenCase;
     script.on(QStringLiteral("frmAgregarDIP"), [&](QWidget* screen) {
         QCOMPARE(recorder.messages.size(), 1);
         QVERIFY(recorder.lastPrompt().startsWith(
@@ -349,11 +329,8 @@ void tst_frmAgregarDIP::failedRelationLookupOpensComplete()
 
 void tst_frmAgregarDIP::controlsAndCaptions()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     script.on(QStringLiteral("frmAgregarDIP"), [&](QWidget* screen) {
         const QList<std::pair<const char*, QString>> captions = {
             {"Label1", "Relación INSUMO-PRODUCTO"},

@@ -2,6 +2,7 @@
 #include "MessageRecorder.h"
 #include "RecordingDataObject.h"
 #include "Scenario.h"
+#include "ScreenCase.h"
 #include "ScreenScript.h"
 
 #include "DateText.h"
@@ -69,11 +70,8 @@ private Q_SLOTS:
 
 void tst_frmBuscarInsumo::searchListsStockLines()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     onSearch(script, [](QWidget* screen) {
         QCOMPARE(screen->windowTitle(), QStringLiteral("Buscar Insumo"));
         QCOMPARE(control<QLabel>(screen, "Label1")->text(),
@@ -228,11 +226,8 @@ void tst_frmBuscarInsumo::exhaustedStockGreyedOrHidden()
 
 void tst_frmBuscarInsumo::enterOrDoubleClickOnEmptyListDoesNothing()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     onSearch(script, [&](QWidget* screen) {
         search(screen, QStringLiteral("NADA"));
         QTreeWidget* list = results(screen);
@@ -249,11 +244,8 @@ void tst_frmBuscarInsumo::enterOrDoubleClickOnEmptyListDoesNothing()
 
 void tst_frmBuscarInsumo::escapeFromLoadKeepsResults()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     insertStock(script, QStringLiteral("IN1"), QStringLiteral("D2"), 2);
     script.on(QStringLiteral("frmCargarInsumo"),
               [](QWidget* screen) { press(screen, "txtDIPCAN", Qt::Key_Escape); });

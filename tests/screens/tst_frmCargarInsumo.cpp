@@ -2,6 +2,7 @@
 #include "LocaleText.h"
 #include "MessageRecorder.h"
 #include "Scenario.h"
+#include "ScreenCase.h"
 #include "ScreenScript.h"
 
 #include "ModuleState.h"
@@ -40,11 +41,8 @@ private Q_SLOTS:
 
 void tst_frmCargarInsumo::opensWithWholeAvailableQuantity()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     insertStock(script, QStringLiteral("IN1"), QStringLiteral("D2"), 2);
     script.on(QStringLiteral("frmCargarInsumo"), [](QWidget* screen) {
         QCOMPARE(screen->windowTitle(), QStringLiteral("Insumo seleccionado"));
@@ -83,11 +81,8 @@ void tst_frmCargarInsumo::opensWithWholeAvailableQuantity()
 
 void tst_frmCargarInsumo::quantityAboveAvailableIsRefused()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     insertStock(script, QStringLiteral("IN1"), QStringLiteral("D2"), 2);
     script.on(QStringLiteral("frmCargarInsumo"), [&](QWidget* screen) {
         control<QLineEdit>(screen, "txtDIPCAN")->setText(localeText("7.000001"));
@@ -109,11 +104,8 @@ void tst_frmCargarInsumo::quantityAboveAvailableIsRefused()
 
 void tst_frmCargarInsumo::zeroAndTextAreRefused()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     insertStock(script, QStringLiteral("IN1"), QStringLiteral("D2"), 2);
     script.on(QStringLiteral("frmCargarInsumo"), [&](QWidget* screen) {
         auto* box = control<QLineEdit>(screen, "txtDIPCAN");
@@ -147,11 +139,8 @@ void tst_frmCargarInsumo::zeroAndTextAreRefused()
 
 void tst_frmCargarInsumo::relationDerivesQuantity()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     insertStock(script, QStringLiteral("IN1"), QStringLiteral("D2"), 2);
     script.on(QStringLiteral("frmCargarInsumo"), [&](QWidget* screen) {
         auto* relation = control<QLineEdit>(screen, "lbRIPCAN");
@@ -206,11 +195,8 @@ void tst_frmCargarInsumo::zeroProductQuantityLeavesDerivedBox()
 
 void tst_frmCargarInsumo::escapeAddsNothing()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     insertStock(script, QStringLiteral("IN1"), QStringLiteral("D2"), 2);
     script.on(QStringLiteral("frmCargarInsumo"), [](QWidget* screen) {
         control<QLineEdit>(screen, "txtDIPCAN")->setText(QStringLiteral("2"));

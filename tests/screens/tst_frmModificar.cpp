@@ -3,6 +3,7 @@
 #include "MessageRecorder.h"
 #include "RecordingDataObject.h"
 #include "Scenario.h"
+#include "ScreenCase.h"
 #include "ScreenScript.h"
 
 #include "ModuleState.h"
@@ -60,11 +61,8 @@ private Q_SLOTS:
 
 void tst_frmModificar::opensWithLineValues()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     editRow(script, 1);
     script.on(QStringLiteral("frmModificar"), [](QWidget* screen) {
         QCOMPARE(screen->windowTitle(), QStringLiteral("Modificar"));
@@ -89,11 +87,8 @@ void tst_frmModificar::opensWithLineValues()
 
 void tst_frmModificar::invalidQuantityOrPriceChangesNothing()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     editRow(script, 0);
     script.on(QStringLiteral("frmModificar"), [&](QWidget* screen) {
         saveWith(screen, "txtCantidad", QStringLiteral("abc"));
@@ -124,11 +119,8 @@ void tst_frmModificar::invalidQuantityOrPriceChangesNothing()
 
 void tst_frmModificar::priceWithSevenDecimalsStoredWithSix()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     editRow(script, 0);
     script.on(QStringLiteral("frmModificar"), [](QWidget* screen) {
         control<QLineEdit>(screen, "txtMerma")->setText(localeText("1.123456"));
@@ -152,11 +144,8 @@ void tst_frmModificar::priceWithSevenDecimalsStoredWithSix()
 
 void tst_frmModificar::earlierCtcOfSameDeclarationIsOffered()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f, QStringLiteral(""));
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"), QStringLiteral(""));
+    auto& [f, recorder, script] = screenCase;
     editRow(script, 0);
     script.on(QStringLiteral("frmModificar"), [](QWidget* screen) {
         QCOMPARE(control<QLineEdit>(screen, "txtCTC")->text(), QString());
@@ -182,11 +171,8 @@ void tst_frmModificar::earlierCtcOfSameDeclarationIsOffered()
 
 void tst_frmModificar::ctcMatchingNoStockIsNotRemembered()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f, QStringLiteral(""));
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"), QStringLiteral(""));
+    auto& [f, recorder, script] = screenCase;
     script.on(QStringLiteral("frmAgregarDIP"), [&](QWidget*) {
         // The stock of D1 is gone: the update matches no stock record.
         DischargeFixture::run(f.discharge(), QStringLiteral("delete from INS where INTDCL = 'D1'"));
@@ -267,11 +253,8 @@ void tst_frmModificar::ctcAndReferenceAreWrittenToStock()
 
 void tst_frmModificar::rememberedCtcStaysInLineAfterEscape()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f, QStringLiteral(""));
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"), QStringLiteral(""));
+    auto& [f, recorder, script] = screenCase;
     editRow(script, 0);
     script.on(QStringLiteral("frmModificar"),
               [](QWidget* screen) { saveWith(screen, "txtCTC", QStringLiteral("NEW1")); });
@@ -333,11 +316,8 @@ void tst_frmModificar::quoteInCtcEndsInErrorMessage()
 
 void tst_frmModificar::nonNumericShrinkageEndsInErrorMessage()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
-    ScreenScript script;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     editRow(script, 0);
     script.on(QStringLiteral("frmModificar"), [&](QWidget* screen) {
         saveWith(screen, "txtMerma", QStringLiteral("xyz"));
