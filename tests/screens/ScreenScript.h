@@ -169,3 +169,19 @@ inline void closeAllocation(ScreenScript& script)
     script.on(QStringLiteral("frmAgregarDIP"),
               [](QWidget* screen) { press(screen, "lstINSUMOS", Qt::Key_Escape); });
 }
+
+// Adds the steps that leave the stock search with ESC and then the allocation screen.
+inline void closeSearchAndAllocation(ScreenScript& script)
+{
+    script.on(QStringLiteral("frmBuscarInsumo"),
+              [](QWidget* screen) { press(screen, "lstInsumos", Qt::Key_Escape); });
+    closeAllocation(script);
+}
+
+// Starts the script and opens the allocation screen under it; true when every step ran.
+inline bool runOnAllocation(ScreenScript& script, const QString& opVDE = QStringLiteral("N"))
+{
+    script.start();
+    openAllocation(opVDE);
+    return script.finished();
+}

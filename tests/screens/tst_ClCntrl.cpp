@@ -31,9 +31,7 @@ void onLineEdit(const std::function<void(QWidget*)>& body)
         press(screen, "txtCantidad", Qt::Key_Escape);
     });
     closeAllocation(script);
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
 }
 
 QColor backColour(const QLineEdit* box)

@@ -188,9 +188,7 @@ void tst_frmAgregarDIP::unitPriceHasSevenDecimals()
                  NumberFormat::format(4, moduleState().valueFormat));
         press(screen, "lstINSUMOS", Qt::Key_Escape);
     });
-    script.start();
-    openAllocation(mode);
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script, mode));
 }
 
 void tst_frmAgregarDIP::insertOfListedLineIsRefused()
@@ -210,9 +208,7 @@ void tst_frmAgregarDIP::insertOfListedLineIsRefused()
         QCOMPARE(moduleState().candidateLines.size(), 3);
         press(screen, "lstINSUMOS", Qt::Key_Escape);
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
 }
 
 void tst_frmAgregarDIP::insertAppendsLine()
@@ -237,9 +233,7 @@ void tst_frmAgregarDIP::insertAppendsLine()
         QCOMPARE(recorder.messages.size(), 0);
         press(screen, "lstINSUMOS", Qt::Key_Escape);
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
 }
 
 void tst_frmAgregarDIP::deleteAsksAndRemoves()
@@ -269,9 +263,7 @@ void tst_frmAgregarDIP::deleteAsksAndRemoves()
         QCOMPARE(list->topLevelItem(1)->text(11), QStringLiteral("2"));
         press(screen, "lstINSUMOS", Qt::Key_Escape);
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
     QCOMPARE(f.dischargeRowCount(), 0);
 }
 
@@ -321,9 +313,7 @@ void tst_frmAgregarDIP::failedRelationLookupOpensComplete()
         for (const auto& message : recorder.messages)
             QVERIFY(message.prompt != QStringLiteral("Confirma descargar estos insumos"));
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
     QCOMPARE(f.dischargeRowCount(), 0);
 }
 
@@ -358,9 +348,7 @@ void tst_frmAgregarDIP::controlsAndCaptions()
                  QStringList({"Insumo", "Descripción", "Relación", "Cant. Total"}));
         press(screen, "lstINSPRD", Qt::Key_Escape);
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
 }
 
 QTEST_MAIN(tst_frmAgregarDIP)

@@ -103,30 +103,23 @@ void tst_frmBuscarInsumo::searchListsStockLines()
         QCOMPARE(headers, QStringList({"Insumo", "DIT", "NCM", "Disponible", "Vencimiento", "", "",
                                        "", "", ""}));
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
     QCOMPARE(recorder.messages.size(), 0);
 }
 
 void tst_frmBuscarInsumo::searchStatementIsExact()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     RecordingDataObject recording(f.dischargeData.get());
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
     moduleState().dataObject = &recording;
-    ScreenScript script;
     onSearch(script, [&](QWidget* screen) {
         recording.clear();
         search(screen, QStringLiteral("AB"));
         control<QCheckBox>(screen, "chSoloDisponibles")->setChecked(false);
         search(screen, QStringLiteral("AB"));
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
     const QString start = QStringLiteral(
         "select ARTNRO, INS.INTDCL as DIT, ARTNCM, ARTDSC, INTVEN, INTIOK, ARTITM, ARTSBT, ARTPRE, "
         "ARTCTC, INSEXP from INS, INTINS where ARTNRO like 'AB%' AND INS.INTDCL = INTINS.INTDCL ");
@@ -154,21 +147,16 @@ void tst_frmBuscarInsumo::quoteIsSearchedAsBlank()
         // The box keeps what the operator typed.
         QCOMPARE(control<QLineEdit>(screen, "txtBuscarInsumos")->text(), QStringLiteral("A'B"));
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
     QCOMPARE(recorder.messages.size(), 0);
 }
 
 void tst_frmBuscarInsumo::blankTextGivesMessage()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     RecordingDataObject recording(f.dischargeData.get());
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
     moduleState().dataObject = &recording;
-    ScreenScript script;
     onSearch(script, [&](QWidget* screen) {
         search(screen, QStringLiteral("IN"));
         const int listed = results(screen)->topLevelItemCount();
@@ -184,9 +172,7 @@ void tst_frmBuscarInsumo::blankTextGivesMessage()
         QCOMPARE(recorder.messages.size(), 0);
         QVERIFY(recording.opened.first().contains(QStringLiteral("ARTNRO like 'A %' ")));
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
 }
 
 void tst_frmBuscarInsumo::exhaustedStockGreyedOrHidden()
@@ -219,9 +205,7 @@ void tst_frmBuscarInsumo::exhaustedStockGreyedOrHidden()
             QCOMPARE(row->foreground(5).style(), Qt::NoBrush);
         }
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
 }
 
 void tst_frmBuscarInsumo::enterOrDoubleClickOnEmptyListDoesNothing()
@@ -237,9 +221,7 @@ void tst_frmBuscarInsumo::enterOrDoubleClickOnEmptyListDoesNothing()
         QCOMPARE(QApplication::activeModalWidget(), screen);
         QCOMPARE(recorder.messages.size(), 0);
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
 }
 
 void tst_frmBuscarInsumo::escapeFromLoadKeepsResults()
@@ -268,9 +250,7 @@ void tst_frmBuscarInsumo::escapeFromLoadKeepsResults()
         QCOMPARE(control<QTreeWidget>(screen, "lstINSUMOS")->topLevelItemCount(), 3);
         press(screen, "lstINSUMOS", Qt::Key_Escape);
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
 }
 
 QTEST_MAIN(tst_frmBuscarInsumo)

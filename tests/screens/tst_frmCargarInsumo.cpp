@@ -73,9 +73,7 @@ void tst_frmCargarInsumo::opensWithWholeAvailableQuantity()
         QCOMPARE(added.ctc, QStringLiteral("CTC2"));
         press(screen, "lstINSUMOS", Qt::Key_Escape);
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
     QCOMPARE(recorder.messages.size(), 0);
 }
 
@@ -93,12 +91,8 @@ void tst_frmCargarInsumo::quantityAboveAvailableIsRefused()
         QCOMPARE(QApplication::activeModalWidget(), screen);
         press(screen, "txtDIPCAN", Qt::Key_Escape);
     });
-    script.on(QStringLiteral("frmBuscarInsumo"),
-              [](QWidget* screen) { press(screen, "lstInsumos", Qt::Key_Escape); });
-    closeAllocation(script);
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    closeSearchAndAllocation(script);
+    QVERIFY(runOnAllocation(script));
     QCOMPARE(moduleState().candidateLines.size(), 3);
 }
 
@@ -129,12 +123,8 @@ void tst_frmCargarInsumo::zeroAndTextAreRefused()
         QCOMPARE(recorder.lastStyle(), MessageCritical | MessageOkOnly);
         press(screen, "txtDIPCAN", Qt::Key_Escape);
     });
-    script.on(QStringLiteral("frmBuscarInsumo"),
-              [](QWidget* screen) { press(screen, "lstInsumos", Qt::Key_Escape); });
-    closeAllocation(script);
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    closeSearchAndAllocation(script);
+    QVERIFY(runOnAllocation(script));
 }
 
 void tst_frmCargarInsumo::relationDerivesQuantity()
@@ -161,9 +151,7 @@ void tst_frmCargarInsumo::relationDerivesQuantity()
         QCOMPARE(added.relationQuantity, 0.5);
         press(screen, "lstINSUMOS", Qt::Key_Escape);
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
 }
 
 void tst_frmCargarInsumo::zeroProductQuantityLeavesDerivedBox()
@@ -185,12 +173,8 @@ void tst_frmCargarInsumo::zeroProductQuantityLeavesDerivedBox()
         QCOMPARE(recorder.messages.size(), 0);
         press(screen, "txtDIPCAN", Qt::Key_Escape);
     });
-    script.on(QStringLiteral("frmBuscarInsumo"),
-              [](QWidget* screen) { press(screen, "lstInsumos", Qt::Key_Escape); });
-    closeAllocation(script);
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    closeSearchAndAllocation(script);
+    QVERIFY(runOnAllocation(script));
 }
 
 void tst_frmCargarInsumo::escapeAddsNothing()
@@ -213,9 +197,7 @@ void tst_frmCargarInsumo::escapeAddsNothing()
         QCOMPARE(moduleState().candidateLines.size(), 3);
         press(screen, "lstINSUMOS", Qt::Key_Escape);
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
     QCOMPARE(f.dischargeRowCount(), 0);
 }
 

@@ -79,9 +79,7 @@ void tst_frmModificar::opensWithLineValues()
         press(screen, "txtCantidad", Qt::Key_Escape);
     });
     closeAllocation(script);
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
     QVERIFY(!moduleState().editFlag);
 }
 
@@ -112,9 +110,7 @@ void tst_frmModificar::invalidQuantityOrPriceChangesNothing()
                  fmt(6, "00.0000"));
         press(screen, "lstINSUMOS", Qt::Key_Escape);
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
 }
 
 void tst_frmModificar::priceWithSevenDecimalsStoredWithSix()
@@ -136,9 +132,7 @@ void tst_frmModificar::priceWithSevenDecimalsStoredWithSix()
         QCOMPARE(row->text(8), fmt(1, "00.00000"));
         press(screen, "lstINSUMOS", Qt::Key_Escape);
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
     QCOMPARE(recorder.messages.size(), 0);
 }
 
@@ -162,9 +156,7 @@ void tst_frmModificar::earlierCtcOfSameDeclarationIsOffered()
                  QStringLiteral("NEW1"));
         press(screen, "lstINSUMOS", Qt::Key_Escape);
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
     QCOMPARE(f.scalar("select ARTCTC from INS where INTDCL = 'D1' and ARTNRO = 'IN2'").toString(),
              QStringLiteral("NEW1"));
 }
@@ -186,9 +178,7 @@ void tst_frmModificar::ctcMatchingNoStockIsNotRemembered()
         press(screen, "txtCTC", Qt::Key_Escape);
     });
     closeAllocation(script);
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
     for (const CtcMemoryEntry& entry : moduleState().ctcMemory)
         QVERIFY(entry.ctc != QStringLiteral("ZZ9"));
     // The line itself took it.
@@ -197,13 +187,10 @@ void tst_frmModificar::ctcMatchingNoStockIsNotRemembered()
 
 void tst_frmModificar::blankCtcAndReferenceIssueNoUpdate()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"), QStringLiteral(""));
+    auto& [f, recorder, script] = screenCase;
     RecordingDataObject recording(f.dischargeData.get());
-    scenario::seed(f, QStringLiteral(""));
-    scenario::discharge(f, QStringLiteral("PRD1"));
     moduleState().dataObject = &recording;
-    ScreenScript script;
     editRow(script, 0);
     script.on(QStringLiteral("frmModificar"), [&](QWidget* screen) {
         recording.clear();
@@ -215,20 +202,15 @@ void tst_frmModificar::blankCtcAndReferenceIssueNoUpdate()
         QVERIFY(recording.executed.isEmpty());
         press(screen, "lstINSUMOS", Qt::Key_Escape);
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
 }
 
 void tst_frmModificar::ctcAndReferenceAreWrittenToStock()
 {
-    DischargeFixture f;
-    MessageRecorder recorder;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     RecordingDataObject recording(f.dischargeData.get());
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
     moduleState().dataObject = &recording;
-    ScreenScript script;
     editRow(script, 0);
     script.on(QStringLiteral("frmModificar"), [&](QWidget* screen) {
         recording.clear();
@@ -236,9 +218,7 @@ void tst_frmModificar::ctcAndReferenceAreWrittenToStock()
         saveWith(screen, "txtCTC", QStringLiteral("C-99"));
     });
     closeAllocation(script);
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
     QCOMPARE(recording.executed,
              QStringList({"update INS set ARTCTC = 'C-99' where INTDCL = 'D1'  and ARTNCM = "
                           "'1111.11.11'",
@@ -268,9 +248,7 @@ void tst_frmModificar::rememberedCtcStaysInLineAfterEscape()
         QCOMPARE(control<QTreeWidget>(screen, "lstINSUMOS")->topLevelItem(2)->text(10), QString());
         press(screen, "lstINSUMOS", Qt::Key_Escape);
     });
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
 }
 
 void tst_frmModificar::quoteInCtcEndsInErrorMessage_data()
@@ -283,13 +261,10 @@ void tst_frmModificar::quoteInCtcEndsInErrorMessage_data()
 void tst_frmModificar::quoteInCtcEndsInErrorMessage()
 {
     QFETCH(QByteArray, box);
-    DischargeFixture f;
-    MessageRecorder recorder;
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
     RecordingDataObject recording(f.dischargeData.get());
-    scenario::seed(f);
-    scenario::discharge(f, QStringLiteral("PRD1"));
     moduleState().dataObject = &recording;
-    ScreenScript script;
     editRow(script, 0);
     script.on(QStringLiteral("frmModificar"), [&](QWidget* screen) {
         recording.clear();
@@ -305,9 +280,7 @@ void tst_frmModificar::quoteInCtcEndsInErrorMessage()
         press(screen, box.constData(), Qt::Key_Escape);
     });
     closeAllocation(script);
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
     QVERIFY(!anyStartsWith(recording.statements, QStringLiteral("update")));
     QCOMPARE(
         f.scalar("select count(*) from INS where ARTCTC like '%''%' or INSEXP like '%''%'").toInt(),
@@ -327,9 +300,7 @@ void tst_frmModificar::nonNumericShrinkageEndsInErrorMessage()
         press(screen, "txtMerma", Qt::Key_Escape);
     });
     closeAllocation(script);
-    script.start();
-    openAllocation();
-    QVERIFY(script.finished());
+    QVERIFY(runOnAllocation(script));
     QVERIFY(!moduleState().editFlag);
 }
 
