@@ -32,6 +32,16 @@ public:
     // that can read rows as they are asked for does better.
     virtual bool forEachRow(const std::function<bool(const Recordset&)>& visit);
 
+    // Atomic writes (Qt's names, as on QSqlDatabase). transaction() starts a unit whose
+    // statements take effect together at commit() or not at all after rollback(). A unit
+    // holds the database's writer lock from its start, so two units never interleave.
+    // Each throws RuntimeError with the database's message when it fails. These defaults
+    // throw RuntimeError saying that this data object cannot run atomic writes: a host's own
+    // object without them fails clearly instead of writing statement by statement.
+    virtual void transaction();
+    virtual void commit();
+    virtual void rollback();
+
     // The text set last.
     QString sql() const { return m_sql; }
 

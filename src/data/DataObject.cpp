@@ -1,6 +1,7 @@
 #include <oquivran/DataObject.h>
 
 #include <oquivran/Recordset.h>
+#include <oquivran/RuntimeError.h>
 
 namespace oquivran {
 
@@ -21,6 +22,32 @@ bool DataObject::forEachRow(const std::function<bool(const Recordset&)>& visit)
             break;
     }
     return true;
+}
+
+namespace {
+
+[[noreturn]] void refuseAtomicWrites()
+{
+    throw RuntimeError(DatabaseError,
+                       QStringLiteral("The bound data object cannot run atomic writes"),
+                       QStringLiteral("DataObject"));
+}
+
+} // namespace
+
+void DataObject::transaction()
+{
+    refuseAtomicWrites();
+}
+
+void DataObject::commit()
+{
+    refuseAtomicWrites();
+}
+
+void DataObject::rollback()
+{
+    refuseAtomicWrites();
 }
 
 } // namespace oquivran
