@@ -21,7 +21,9 @@ class StatementCache;
 //   FLOAT, NUMERIC or DATE as a number or an ISO date, and reads DATE columns back as QDate;
 // - runs exactly one statement per call;
 // - sets WAL, synchronous=NORMAL, a busy timeout and a page cache of up to 64 MB on the
-//   connection.
+//   connection;
+// - runs a unit of atomic writes as BEGIN IMMEDIATE ... COMMIT, so the writer lock is taken
+//   at the start of the unit and no other connection writes until it ends.
 // Statements that differ only in their values are prepared once and kept on the connection
 // (reset between uses, so they hold no lock).
 // Functions and settings belong to a connection; they are installed again whenever the
@@ -39,6 +41,21 @@ public:
     // gave. A statement run through this object from inside visit throws RuntimeError.
     bool forEachRow(const std::function<bool(const Recordset&)>& visit) override;
 
+    // Starts a unit: waits up to lockWait() for the writer lock, then throws RuntimeError
+    // "database is locked". Throws when a unit is already open on the connection.
+    void transaction() override;
+    // Ends the unit, keeping its statements. Throws with the database's message when the
+    // commit fails; the unit is then still open and rollback() undoes it.
+    void commit() override;
+    // Ends the unit, undoing its statements. Nothing to undo (no unit open, or the database
+    // already undid it after an error, or the connection was closed under it) is no error.
+    void rollback() override;
+
+    // How long transaction() waits for another connection's unit to end, in milliseconds
+    // (5000 unless set). Statements outside a unit wait the same.
+    int lockWait() const { return m_lockWait; }
+    void setLockWait(int milliseconds);
+
     // The connection this object runs on.
     QSqlDatabase database() const { return m_database; }
 
@@ -50,6 +67,9 @@ private:
     QSqlDatabase m_database;
     sqlite3* m_installedOn = nullptr;
     bool m_visiting = false;
+    int m_lockWait = 5000;
+    // The connection a unit is open on; null outside a unit.
+    sqlite3* m_unit = nullptr;
     std::unique_ptr<StatementCache> m_statements;
 };
 

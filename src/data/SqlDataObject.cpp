@@ -470,12 +470,19 @@ sqlite3* SqlDataObject::connection()
         fail(QStringLiteral("The connection is not open"));
     if (m_statements->connection() && m_statements->connection() != connection)
         releaseStatements();
+    // A unit whose connection was closed under it, or that the database undid after an error,
+    // is gone: statements now would run outside it, each taking effect on its own.
+    if (m_unit && (m_unit != connection || sqlite3_get_autocommit(connection))) {
+        m_unit = nullptr;
+        fail(QStringLiteral("The unit of atomic writes was undone: its connection was closed "
+                            "or the database ended it"));
+    }
     // Each connection is set up once, whichever object on it comes first: setting it up again
     // would fail while one of the connection's statements is running.
     if (!isInstalled(connection)) {
         if (!SqliteFunctions::install(connection))
             failWithMessage(connection);
-        sqlite3_busy_timeout(connection, 5000);
+        sqlite3_busy_timeout(connection, m_lockWait);
         // Speed only: a database that cannot switch (in memory, or locked now) works as it is.
         sqlite3_exec(connection, "PRAGMA journal_mode=WAL", nullptr, nullptr, nullptr);
         sqlite3_exec(connection, "PRAGMA synchronous=NORMAL", nullptr, nullptr, nullptr);
@@ -522,6 +529,49 @@ qint32 SqlDataObject::execute()
     Statement statement;
     prepare(db, m_sql, statement);
     return runAction(db, statement.get());
+}
+
+void SqlDataObject::setLockWait(int milliseconds)
+{
+    m_lockWait = milliseconds;
+    if (m_installedOn && m_database.isOpen())
+        sqlite3_busy_timeout(m_installedOn, m_lockWait);
+}
+
+void SqlDataObject::transaction()
+{
+    sqlite3* db = connection();
+    sqlite3_busy_timeout(db, m_lockWait);
+    // IMMEDIATE takes the writer lock now, waiting up to the busy timeout: a unit's reads then
+    // see every line committed before it, and no other unit can write until it ends.
+    if (sqlite3_exec(db, "BEGIN IMMEDIATE", nullptr, nullptr, nullptr) != SQLITE_OK)
+        failWithMessage(db);
+    m_unit = db;
+}
+
+void SqlDataObject::commit()
+{
+    sqlite3* db = connection();
+    if (sqlite3_exec(db, "COMMIT", nullptr, nullptr, nullptr) != SQLITE_OK)
+        failWithMessage(db);
+    m_unit = nullptr;
+}
+
+void SqlDataObject::rollback()
+{
+    sqlite3* unit = std::exchange(m_unit, nullptr);
+    if (!m_database.isOpen())
+        releaseStatements();
+    const QVariant handle =
+        m_database.isOpen() && m_database.driver() ? m_database.driver()->handle() : QVariant();
+    if (!handle.isValid() || qstrcmp(handle.typeName(), "sqlite3*") != 0)
+        return;
+    sqlite3* db = *static_cast<sqlite3* const*>(handle.constData());
+    // Closing a connection undoes its unit, and so does SQLite after some errors.
+    if (!db || (unit && unit != db) || sqlite3_get_autocommit(db))
+        return;
+    if (sqlite3_exec(db, "ROLLBACK", nullptr, nullptr, nullptr) != SQLITE_OK)
+        failWithMessage(db);
 }
 
 } // namespace oquivran

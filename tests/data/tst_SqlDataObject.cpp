@@ -24,6 +24,34 @@ using oquivran::Schema;
 using oquivran::SqlDataObject;
 using oquivran::SqlValue;
 
+// A second connection on the same file, with an object of its own; closed and removed at
+// the end of the test.
+struct OtherConnection
+{
+    explicit OtherConnection(const QString& file)
+    {
+        QSqlDatabase other = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+        other.setDatabaseName(file);
+        other.open();
+        dao = std::make_unique<SqlDataObject>(other);
+    }
+    ~OtherConnection()
+    {
+        dao.reset();
+        QSqlDatabase::database(name, false).close();
+        QSqlDatabase::removeDatabase(name);
+    }
+    int count(const QString& table)
+    {
+        QSqlQuery query(QSqlDatabase::database(name, false));
+        if (!query.exec(u"select count(*) from " + table) || !query.next())
+            return -1;
+        return query.value(0).toInt();
+    }
+    const QString name = QStringLiteral("tst_SqlDataObject-other");
+    std::unique_ptr<SqlDataObject> dao;
+};
+
 class tst_SqlDataObject : public QObject
 {
     Q_OBJECT
@@ -633,6 +661,133 @@ private Q_SLOTS:
             locker.close();
         }
         QSqlDatabase::removeDatabase(name);
+    }
+
+    void unitTakesEffectAtCommit()
+    {
+        SqlDataObject dao(db());
+        OtherConnection other(m_temp->filePath());
+        dao.transaction();
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P1')"));
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P2')"));
+        QCOMPARE(other.count(QStringLiteral("PRD")), 0);
+        dao.commit();
+        QCOMPARE(other.count(QStringLiteral("PRD")), 2);
+    }
+
+    void rollbackUndoesTheUnit()
+    {
+        SqlDataObject dao(db());
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('C', 'P', 1)"));
+        dao.transaction();
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'Q')"));
+        QCOMPARE(run(dao, QStringLiteral("update PRD set PRDMUL = 7")), 2);
+        dao.rollback();
+        QCOMPARE(count(QStringLiteral("PRD")), 1);
+        QCOMPARE(rows(dao, QStringLiteral("select PRDMUL from PRD")).value(QStringLiteral("PRDMUL")).toDouble(),
+                 1.0);
+        // Outside a unit each statement takes effect on its own again.
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'R')"));
+        dao.rollback();
+        QCOMPARE(count(QStringLiteral("PRD")), 2);
+    }
+
+    void unitWaitsForTheWriterLockThenReports()
+    {
+        SqlDataObject dao(db());
+        dao.setLockWait(200);
+        QCOMPARE(dao.lockWait(), 200);
+        OtherConnection other(m_temp->filePath());
+        other.dao->transaction();
+        run(*other.dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P')"));
+
+        QElapsedTimer timer;
+        timer.start();
+        const RuntimeError error = errorOf([&] { dao.transaction(); });
+        QVERIFY(timer.elapsed() >= 150);
+        QCOMPARE(error.number, qint32(oquivran::DatabaseError));
+        QCOMPARE(error.description, QStringLiteral("database is locked"));
+        // Reading is not held up by the other unit, and does not see it.
+        QCOMPARE(rows(dao, QStringLiteral("select count(*) as n from PRD")).value(QStringLiteral("n")).toInt(),
+                 0);
+
+        other.dao->commit();
+        dao.transaction();
+        // The unit sees what the other one committed.
+        QCOMPARE(rows(dao, QStringLiteral("select count(*) as n from PRD")).value(QStringLiteral("n")).toInt(),
+                 1);
+        dao.rollback();
+    }
+
+    void secondUnitOnOneConnectionIsRefused()
+    {
+        SqlDataObject dao(db());
+        dao.transaction();
+        const RuntimeError error = errorOf([&] { dao.transaction(); });
+        QCOMPARE(error.number, qint32(oquivran::DatabaseError));
+        QVERIFY2(error.description.contains(QStringLiteral("within a transaction")),
+                 qPrintable(error.description));
+        dao.rollback();
+    }
+
+    void keptStatementsDoNotHoldTheUnit()
+    {
+        SqlDataObject dao(db());
+        for (int i = 1; i <= 5; ++i)
+            run(dao, u"insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('C', 'P" +
+                         QString::number(i) + u"', " + QString::number(i) + u")");
+        OtherConnection other(m_temp->filePath());
+        other.dao->setLockWait(0);
+        const auto readSome = [&dao](int from) {
+            dao.setSql(u"select PRDNRO from PRD where PRDMUL >= " + QString::number(from));
+            int seen = 0;
+            dao.forEachRow([&seen](const Recordset&) { return ++seen < 2; });
+            rows(dao, u"select PRDMUL from PRD where PRDNRO = 'P" + QString::number(from) + u"'");
+        };
+        for (int round = 1; round <= 3; ++round) {
+            dao.transaction();
+            readSome(round);
+            run(dao, u"update PRD set PRDMUL = PRDMUL + 1 where PRDNRO = 'P" +
+                         QString::number(round) + u"'");
+            readSome(round + 1);
+            if (round == 2)
+                dao.rollback();
+            else
+                dao.commit();
+            // No statement kept by the object holds the lock or the unit once it ended.
+            other.dao->transaction();
+            other.dao->rollback();
+        }
+        QCOMPARE(rows(dao, QStringLiteral("select sum(PRDMUL) as s from PRD")).value(QStringLiteral("s")).toInt(),
+                 15 + 2);
+    }
+
+    void closedConnectionUndoesTheUnit()
+    {
+        SqlDataObject dao(db());
+        dao.transaction();
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P')"));
+        db().close();
+        // The next statement would run on a new connection outside the unit: it is refused.
+        dao.setSql(QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'Q')"));
+        const RuntimeError error = errorOf([&] { dao.execute(); });
+        QCOMPARE(error.number, qint32(oquivran::DatabaseError));
+        QVERIFY2(error.description.contains(QStringLiteral("undone")),
+                 qPrintable(error.description));
+        dao.rollback();
+        QCOMPARE(count(QStringLiteral("PRD")), 0);
+        dao.transaction();
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'R')"));
+        dao.commit();
+        QCOMPARE(count(QStringLiteral("PRD")), 1);
+    }
+
+    void rollbackWithoutUnitIsNoError()
+    {
+        SqlDataObject dao(db());
+        QCOMPARE(errorOf([&] { dao.rollback(); }).number, 0);
+        const RuntimeError error = errorOf([&] { dao.commit(); });
+        QCOMPARE(error.number, qint32(oquivran::DatabaseError));
     }
 };
 
