@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDate>
 #include <QString>
 #include <QtGlobal>
 
@@ -52,5 +53,13 @@ struct PrintRequest
 // OQUIVRAN_TEXT_OUTPUT). Needs a QApplication (one is created when the host has no
 // application object). Returns false when the validation refused or the output failed.
 bool printReport(const PrintRequest& request);
+
+// Prints the expiry listing "VENCIMIENTOS DE IMPORTACION TEMPORAL" (see expiringStock() in
+// <oquivran/Expiry.h>) for a reference date and a horizon in days, in landscape, like the
+// listings: request gives the output (Text or Printer; Form prints as Printer) and the printer
+// settings, its report and export data are not used. The printing environment variables apply.
+// Needs a QApplication (one is created when the host has none). Returns false when the expiry
+// check or the output failed (the error is shown by the common error message).
+bool printExpiryListing(const QDate& asOf, int horizonDays, const PrintRequest& request);
 
 } // namespace oquivran

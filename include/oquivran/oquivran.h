@@ -2,6 +2,7 @@
 
 // The component's whole public interface.
 #include <oquivran/DataObject.h>
+#include <oquivran/Expiry.h>
 #include <oquivran/Module.h>
 #include <oquivran/Printing.h>
 #include <oquivran/Recordset.h>

@@ -11,7 +11,11 @@
 
 namespace oquivran {
 
-bool printReport(const PrintRequest& request)
+namespace {
+
+// Runs a print on the print options screen, loaded but never shown, with the print formats.
+bool onScreen(const PrintRequest& request, const QString& label,
+              const std::function<bool(frmImpresion&)>& print)
 {
     moduleState().applyFormats(ValueFormats::current(FormatMoment::Printing));
     if (!ApplicationGuard::ensure()) {
@@ -19,13 +23,28 @@ bool printReport(const PrintRequest& request)
             RuntimeError(InternalError,
                          QStringLiteral("La impresión necesita una QApplication y el programa "
                                         "anfitrión ejecuta una QCoreApplication.")),
-            QStringLiteral(" - seccion [oQUIVRAN.printReport]"));
+            label);
         return false;
     }
-    // The screen loads its settings and the operation's export data, but is never shown.
+    // The screen loads its settings and the operation's export data.
     frmImpresion screen;
     screen.applyRequest(request);
-    return screen.Imprimir();
+    return print(screen);
+}
+
+} // namespace
+
+bool printReport(const PrintRequest& request)
+{
+    return onScreen(request, QStringLiteral(" - seccion [oQUIVRAN.printReport]"),
+                    [](frmImpresion& screen) { return screen.Imprimir(); });
+}
+
+bool printExpiryListing(const QDate& asOf, int horizonDays, const PrintRequest& request)
+{
+    return onScreen(
+        request, QStringLiteral(" - seccion [oQUIVRAN.printExpiryListing]"),
+        [&](frmImpresion& screen) { return screen.ImprimirVencimientos(asOf, horizonDays); });
 }
 
 } // namespace oquivran

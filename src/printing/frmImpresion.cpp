@@ -6,6 +6,7 @@
 #include "DateText.h"
 #include "DeclarationReport.h"
 #include "ErrorMessage.h"
+#include "ExpiryListing.h"
 #include "Messages.h"
 #include "ModuleState.h"
 #include "NumberText.h"
@@ -322,6 +323,18 @@ bool frmImpresion::produce(const ReportKind& kind, Output output, PageOrientatio
     // The report is printed whatever the generation gave: an operation without items prints
     // an empty report.
     ReportGenerator(kind).GenerarOM();
+    return printBuffer(output, orientation);
+}
+
+bool frmImpresion::ImprimirVencimientos(const QDate& asOf, int horizonDays)
+{
+    if (!ExpiryListing::GenerarVencimientos(asOf, horizonDays))
+        return false;
+    return printBuffer(Output::Listing, PageOrientation::Landscape);
+}
+
+bool frmImpresion::printBuffer(Output output, PageOrientation orientation)
+{
     const QString printer = m_cboImpresion->currentText();
     const qint16 fontSize = wholeText(m_txtIMPTAM);
     const qint16 linesPerPage = wholeText(m_txtPAGLIN);

@@ -5,6 +5,8 @@
 
 #include <functional>
 
+class QDate;
+
 class QComboBox;
 class QLabel;
 class QLineEdit;
@@ -39,6 +41,10 @@ public:
     // F11: generates the chosen report and prints it. False when the declaration's validation
     // refused or the output failed.
     bool Imprimir();
+    // Generates the expiry listing for a reference date and horizon and prints it in
+    // landscape with the screen's method and settings, as the listings print. False when the
+    // expiry check or the output failed.
+    bool ImprimirVencimientos(const QDate& asOf, int horizonDays);
     // Chooses the report and method and fills the boxes from a request; its empty texts and
     // zero numbers keep what the screen loaded. Its progress receiver gets the progress texts.
     void applyRequest(const PrintRequest& request);
@@ -71,6 +77,8 @@ private:
     void savePrinter();
     // Generates a report and prints it with the screen's settings.
     bool produce(const ReportKind& kind, Output output, PageOrientation orientation);
+    // Prints the report line buffer with the screen's settings.
+    bool printBuffer(Output output, PageOrientation orientation);
     // The method option's value: 1 text mode, 2 printer, 3 form (3 only for the declaration).
     qint16 method(Output output) const;
     PageOutput pageOutput(const PageSettings& settings, PageTitles titles);

@@ -2,6 +2,7 @@
 
 #include "DischargeFixture.h"
 
+#include "LocaleRules.h"
 #include "ModuleState.h"
 #include "ValueFormats.h"
 
@@ -11,6 +12,7 @@
 #include <QString>
 #include <QStringList>
 #include <QVariant>
+#include <QtTest>
 
 // The small operation the printing tests print, seeded on a DischargeFixture:
 // - item 1 with one sub-item (1, printed 0000): two lines of one declaration and input
@@ -164,6 +166,24 @@ inline QStringList expectedLines(const QString& name, QChar decimalSeparator)
     if (!lines.isEmpty() && lines.last().isEmpty())
         lines.removeLast();
     return lines;
+}
+
+// Compares the report line buffer, line by line, with an expected file (see expectedLines());
+// with OQUIVRAN_WRITE_EXPECTED set to a folder, first writes the buffer there under the file's
+// name, for review.
+inline void compareBufferWithExpected(const QString& name)
+{
+    const QStringList actual = bufferLines();
+    if (qEnvironmentVariableIsSet("OQUIVRAN_WRITE_EXPECTED")) {
+        QFile out(qEnvironmentVariable("OQUIVRAN_WRITE_EXPECTED") + u'/' + name);
+        QVERIFY(out.open(QIODevice::WriteOnly));
+        out.write(actual.join(u'\n').toUtf8() + '\n');
+    }
+    const QStringList wanted =
+        expectedLines(name, oquivran::LocaleRules::system().decimalSeparator());
+    for (int i = 0; i < qMin(actual.size(), wanted.size()); ++i)
+        QCOMPARE(actual.at(i), wanted.at(i));
+    QCOMPARE(actual.size(), wanted.size());
 }
 
 } // namespace printingdata
