@@ -3,8 +3,10 @@
 
 #include "CheckStock.h"
 #include "ConsoleMessages.h"
+#include "ExpiryOutput.h"
 #include "ExportOperation.h"
 #include "HostDatabases.h"
+#include "HostSettings.h"
 #include "SampleData.h"
 #include "TextTable.h"
 
@@ -33,6 +35,8 @@ const Subcommand subcommands[] = {
     {"inputs", "lista los insumos descargados de un ítem (--item N)"},
     {"print", "imprime un reporte de la operación en un archivo (--out ARCHIVO)"},
     {"check-stock", "verifica ARTDSC = ARTCAT - suma(DIPCAN) en cada línea de stock (--repair)"},
+    {"expiring",
+     "lista el stock vencido o que vence dentro del horizonte (--days N, --as-of FECHA)"},
 };
 
 const char* exitCodesText = "Códigos de salida:\n"
@@ -42,7 +46,8 @@ const char* exitCodesText = "Códigos de salida:\n"
                             "  3  operación, subítem o ítem desconocido\n"
                             "  4  el componente rechazó una descarga o una eliminación\n"
                             "  5  check-stock encontró líneas con disponibilidad incorrecta\n"
-                            "  6  falló la numeración o la impresión\n";
+                            "  6  falló la numeración o la impresión\n"
+                            "  7  expiring encontró stock con la importación temporal vencida\n";
 
 QTextStream& out()
 {
@@ -81,6 +86,18 @@ void addLines(TextTable& table, const QList<DischargeLine>& lines)
                       decimalText(l.quantity), decimalText(l.realQuantity),
                       decimalText(l.unitPrice, 6), l.ctc});
     }
+}
+
+// A date option, ISO or in the locale's day and month order; invalid when it is neither.
+QDate dateOption(const QString& text)
+{
+    const QDate iso = QDate::fromString(text, Qt::ISODate);
+    if (iso.isValid())
+        return iso;
+    const QString format = QLocale::system().dateFormat(QLocale::ShortFormat);
+    const bool monthFirst = format.indexOf(u'M') < format.indexOf(u'd');
+    return QDate::fromString(text, monthFirst ? QStringLiteral("MM/dd/yyyy")
+                                              : QStringLiteral("dd/MM/yyyy"));
 }
 
 // A date option as the component reads dates: ISO text becomes the locale's day and month
@@ -175,6 +192,17 @@ int HostCommands::run(const QStringList& arguments)
         });
     } else if (m_name == u"check-stock") {
         m_parser.addOption({"repair", "Recalcula ARTDSC de las líneas con diferencias."});
+    } else if (m_name == u"expiring") {
+        m_parser.addOptions({
+            {"days",
+             "Horizonte en días (por omisión el de la configuración, " +
+                 QString::number(HostSettings::expiryHorizon()) + ").",
+             "n"},
+            {"as-of", "Fecha de referencia (AAAA-MM-DD o en el formato local; por omisión hoy).",
+             "fecha"},
+            {"format", "table, csv o json (por omisión table).", "formato", "table"},
+            {"pdf", "Imprime además el listado de vencimientos en este PDF.", "archivo"},
+        });
     } else if (!isSubcommand(m_name)) {
         err() << "Subcomando desconocido: " << m_name << "\n\n" << overview();
         return UsageError;
@@ -189,6 +217,8 @@ int HostCommands::run(const QStringList& arguments)
         return opened;
     if (m_name == u"check-stock")
         return checkStock();
+    if (m_name == u"expiring")
+        return expiring();
     if (const int loaded = loadOperation(); loaded != Success)
         return loaded;
     ConsoleMessages messages(m_parser.isSet("yes") ? ConsoleMessages::Answer::Yes
@@ -556,5 +586,59 @@ int HostCommands::checkStock()
         return Failed;
     }
     out() << "Reparadas " << differences.size() << " líneas.\n";
+    return Success;
+}
+
+int HostCommands::expiring()
+{
+    int horizon = HostSettings::expiryHorizon();
+    if (m_parser.isSet("days")) {
+        bool ok = false;
+        horizon = m_parser.value("days").toInt(&ok);
+        if (!ok || horizon < 0) {
+            err() << "Horizonte inválido: " << m_parser.value("days")
+                  << " (un número de días, 0 o más)\n";
+            return UsageError;
+        }
+    }
+    QDate asOf = HostSettings::today();
+    if (m_parser.isSet("as-of")) {
+        asOf = dateOption(m_parser.value("as-of"));
+        if (!asOf.isValid()) {
+            err() << "Fecha inválida: " << m_parser.value("as-of") << '\n';
+            return UsageError;
+        }
+    }
+    ExpiryOutput::Format format = ExpiryOutput::Format::Table;
+    if (!ExpiryOutput::formatOf(m_parser.value("format"), format)) {
+        err() << "Formato desconocido: " << m_parser.value("format") << " (table, csv o json)\n";
+        return UsageError;
+    }
+
+    // The component's messages go to standard error.
+    ConsoleMessages messages(ConsoleMessages::Answer::No);
+    oquivran::ExpiryReport report;
+    if (!oquivran::expiringStock(asOf, horizon, report))
+        return Failed;
+    out() << ExpiryOutput::text(report, format);
+    if (m_parser.isSet("pdf")) {
+        const QString absolute = QFileInfo(m_parser.value("pdf")).absoluteFilePath();
+        QFile::remove(absolute);
+        qputenv("OQUIVRAN_PDF_OUTPUT", absolute.toLocal8Bit());
+        oquivran::PrintRequest request;
+        request.output = oquivran::PrintOutput::Printer;
+        // The listing's 154 columns fit a landscape A4 page at 8 points.
+        request.fontSize = 8;
+        if (!oquivran::printExpiryListing(asOf, horizon, request) || !QFileInfo::exists(absolute)) {
+            err() << "No se pudo imprimir el listado de vencimientos.\n";
+            return Failed;
+        }
+        err() << "Listado de vencimientos: " << absolute << '\n';
+    }
+    if (report.hasExpired()) {
+        err() << "Líneas de stock con la importación temporal vencida: " << report.expiredLines
+              << '\n';
+        return Expired;
+    }
     return Success;
 }

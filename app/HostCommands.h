@@ -14,8 +14,9 @@ class clQUIVRAN;
 }
 
 // The headless subcommands of the host, for scripts and batch work: init, discharge, remove,
-// number, inputs, print and check-stock, on the same databases the window uses. Results go to
-// standard output as tables, progress and the component's messages to standard error.
+// number, inputs, print, check-stock and expiring, on the same databases the window uses.
+// Results go to standard output as tables, progress and the component's messages to standard
+// error.
 class HostCommands
 {
 public:
@@ -28,6 +29,7 @@ public:
         Refused = 4,          // the component refused a discharge or a removal
         StockDifferences = 5, // check-stock found lines whose availability is wrong
         Failed = 6,           // numbering or printing failed
+        Expired = 7,          // expiring found stock whose temporary import has expired
     };
 
     HostCommands();
@@ -49,6 +51,7 @@ private:
     int inputs();
     int print();
     int checkStock();
+    int expiring();
 
     // Adds the options every subcommand takes.
     void addCommonOptions();

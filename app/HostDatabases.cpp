@@ -1,6 +1,7 @@
 #include "HostDatabases.h"
 
 #include "HostSchemaScripts.h"
+#include "HostSettings.h"
 #include "SampleData.h"
 
 #include <oquivran/clQUIVRAN.h>
@@ -95,7 +96,7 @@ HostDatabases::Status HostDatabases::open(const QString& dischargePath, const QS
     m_hostData = std::make_unique<oquivran::SqlDataObject>(m_host);
     if (create) {
         QString error;
-        if (!SampleData::seed(m_discharge, m_host, error)) {
+        if (!SampleData::seed(m_discharge, m_host, HostSettings::today(), error)) {
             m_errorText = QStringLiteral("No se pudo cargar la muestra: %1").arg(error);
             return Status::Failed;
         }

@@ -1,11 +1,15 @@
-// Renders the host's window with a discharge open into PNG files: the window alone, and the
-// window with the component's allocation screen over it. Usage:
+// Renders the host's window with a discharge open into PNG files: the window alone, the window
+// with the component's allocation screen over it, and the stock list with its expiry colours;
+// and prints the expiry listing into FOLDER/expiry-listing.pdf (pdftoppm renders its pages).
+// Usage:
 //   oquivran-host-screenshots FOLDER
 // It works on fresh sample databases in FOLDER/work and answers every message with OK/No.
 #include "HostDatabases.h"
+#include "HostSettings.h"
 #include "HostWindow.h"
 
 #include <oquivran/Module.h>
+#include <oquivran/Printing.h>
 
 #include <QApplication>
 #include <QDir>
@@ -83,6 +87,16 @@ int main(int argc, char* argv[])
         poll.stop();
         window.selectSubItem(1);
         window.grab().save(folder.filePath(QStringLiteral("host-window.png")));
+        window.findChild<QWidget*>(QStringLiteral("lstStock"))
+            ->parentWidget()
+            ->grab()
+            .save(folder.filePath(QStringLiteral("host-stock.png")));
+        const QString listing = folder.absoluteFilePath(QStringLiteral("expiry-listing.pdf"));
+        qputenv("OQUIVRAN_PDF_OUTPUT", listing.toLocal8Bit());
+        oquivran::PrintRequest request;
+        request.output = oquivran::PrintOutput::Printer;
+        request.fontSize = 8;
+        oquivran::printExpiryListing(HostSettings::today(), HostSettings::expiryHorizon(), request);
         QDir(folder.filePath(QStringLiteral("work"))).removeRecursively();
         QApplication::exit(saved ? 0 : 1);
     });

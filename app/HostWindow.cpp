@@ -3,6 +3,7 @@
 
 #include "ExportOperation.h"
 #include "HostDatabases.h"
+#include "HostSettings.h"
 
 #include <oquivran/oquivran.h>
 
@@ -12,6 +13,7 @@
 #include <QDialogButtonBox>
 #include <QFileDialog>
 #include <QHBoxLayout>
+#include <QHash>
 #include <QHeaderView>
 #include <QLabel>
 #include <QLocale>
@@ -71,7 +73,8 @@ QWidget* titled(const QString& title, QWidget* content, QLabel** label = nullptr
 HostWindow::HostWindow(HostDatabases& databases, const QString& operation, QWidget* parent)
     : QMainWindow(parent), m_databases(databases),
       m_operation(std::make_unique<ExportOperation>(databases.discharge(), databases.host())),
-      m_component(std::make_unique<oquivran::clQUIVRAN>())
+      m_component(std::make_unique<oquivran::clQUIVRAN>()),
+      m_expiryHorizon(HostSettings::expiryHorizon())
 {
     setObjectName(QStringLiteral("HostWindow"));
     setWindowTitle(QStringLiteral("oQUIVRAN - Descarga de insumos de importación temporal"));
@@ -134,10 +137,17 @@ void HostWindow::buildControls()
     upper->setStretchFactor(1, 1);
     auto* split = new QSplitter(Qt::Vertical, central);
     split->addWidget(upper);
-    split->addWidget(titled(QStringLiteral("Stock de insumos (importación temporal)"), m_stock));
+    QWidget* stockBox = titled(QStringLiteral("Stock de insumos (importación temporal)"), m_stock);
+    m_expiryLegend = new QLabel(stockBox);
+    m_expiryLegend->setObjectName(QStringLiteral("lbLeyendaVencimientos"));
+    static_cast<QVBoxLayout*>(stockBox->layout())->insertWidget(1, m_expiryLegend);
+    split->addWidget(stockBox);
     layout->addWidget(split);
     setCentralWidget(central);
 
+    m_expiryCount = new QLabel(this);
+    m_expiryCount->setObjectName(QStringLiteral("lbVencimientos"));
+    statusBar()->addPermanentWidget(m_expiryCount);
     m_formsFolder = new QLabel(this);
     statusBar()->addPermanentWidget(m_formsFolder);
     connect(m_operations, &QComboBox::currentTextChanged, this, &HostWindow::loadOperation);
@@ -244,7 +254,64 @@ void HostWindow::loadStock()
                 m_stock->item(row, c)->setForeground(Qt::gray);
         }
     }
+    markExpiries();
     m_stock->resizeColumnsToContents();
+}
+
+QColor HostWindow::expiryColor(oquivran::ExpiryState state)
+{
+    return state == oquivran::ExpiryState::Expired ? QColor(0xF4, 0xB6, 0xB6)
+                                                   : QColor(0xFF, 0xD8, 0x8A);
+}
+
+void HostWindow::markExpiries()
+{
+    const QDate today = HostSettings::today();
+    const auto swatch = [](oquivran::ExpiryState state) {
+        return QStringLiteral("<span style=\"background-color:%1\">&nbsp;&nbsp;&nbsp;&nbsp;"
+                              "</span>")
+            .arg(expiryColor(state).name());
+    };
+    m_expiryLegend->setText(swatch(oquivran::ExpiryState::Expired) +
+                            QStringLiteral(" vencida &nbsp;&nbsp; ") +
+                            swatch(oquivran::ExpiryState::DueSoon) +
+                            QStringLiteral(" vence en %1 días o menos (al %2)")
+                                .arg(m_expiryHorizon)
+                                .arg(QLocale::system().toString(today, QLocale::ShortFormat)));
+
+    oquivran::ExpiryReport report;
+    if (!oquivran::expiringStock(today, m_expiryHorizon, report)) {
+        m_expiryCount->setText(QStringLiteral("Vencimientos: no se pudieron leer"));
+        return;
+    }
+    QHash<QString, const oquivran::ExpiryLine*> lines;
+    const auto key = [](const QString& declaration, const QString& input, const QString& item,
+                        const QString& subItem) -> QString {
+        return declaration + u'|' + input + u'|' + item + u'|' + subItem;
+    };
+    for (const oquivran::ExpiryLine& line : report.lines)
+        lines.insert(key(line.declaration, line.input, QString::number(line.item),
+                         QString::number(line.subItem)),
+                     &line);
+    for (int row = 0; row < m_stock->rowCount(); ++row) {
+        const oquivran::ExpiryLine* line =
+            lines.value(key(m_stock->item(row, 0)->text(), m_stock->item(row, 1)->text(),
+                            m_stock->item(row, 2)->text(), m_stock->item(row, 3)->text()));
+        // Lines without an expiry date keep their colours.
+        if (!line || line->state == oquivran::ExpiryState::NoExpiry)
+            continue;
+        const QString tip = line->state == oquivran::ExpiryState::Expired
+                                ? QStringLiteral("Vencida hace %1 días").arg(-line->daysLeft)
+                                : QStringLiteral("Vence en %1 días").arg(line->daysLeft);
+        for (int c = 0; c < m_stock->columnCount(); ++c) {
+            m_stock->item(row, c)->setBackground(expiryColor(line->state));
+            m_stock->item(row, c)->setToolTip(tip);
+        }
+    }
+    m_expiryCount->setText(QStringLiteral("Líneas vencidas: %1 - por vencer en %2 días: %3")
+                               .arg(report.expiredLines)
+                               .arg(m_expiryHorizon)
+                               .arg(report.dueSoonLines));
 }
 
 void HostWindow::loadLines()

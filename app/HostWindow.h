@@ -1,5 +1,8 @@
 #pragma once
 
+#include <oquivran/Expiry.h>
+
+#include <QColor>
 #include <QMainWindow>
 
 #include <memory>
@@ -19,9 +22,11 @@ class clQUIVRAN;
 struct SubItem;
 
 // The host's main window: the export operation with its items and sub-items, the stock lines
-// with their availability and expiry, the selected sub-item's discharge lines, and the actions
-// that call the component (discharge, remove, number items, an item's inputs, print), the
-// "Restar merma y pérdida" switch and the forms folder.
+// with their availability and expiry (expired lines in red, those due within the horizon of
+// the settings in amber, with a legend and a count in the status bar), the selected
+// sub-item's discharge lines, and the actions that call the component (discharge, remove,
+// number items, an item's inputs, print), the "Restar merma y pérdida" switch and the forms
+// folder.
 class HostWindow : public QMainWindow
 {
     Q_OBJECT
@@ -35,6 +40,8 @@ public:
     bool selectSubItem(int idsub);
     // Reloads the operation, the stock and the selected sub-item's lines.
     void refresh();
+    // The background of the stock lines expired (red) and due within the horizon (amber).
+    static QColor expiryColor(oquivran::ExpiryState state);
 
 public Q_SLOTS:
     // Discharges the selected sub-item on the component's allocation screen.
@@ -55,6 +62,9 @@ private:
     void buildActions();
     void loadOperation(const QString& interno);
     void loadStock();
+    // Colours the stock lines the expiry check lists (expired, due within the horizon) and
+    // writes the legend and the status bar's count.
+    void markExpiries();
     void loadLines();
     // The selected sub-item, or nullptr.
     const SubItem* selectedSubItem() const;
@@ -71,4 +81,7 @@ private:
     QLabel* m_result = nullptr;
     QLabel* m_formsFolder = nullptr;
     QAction* m_restarPerMer = nullptr;
+    QLabel* m_expiryLegend = nullptr;
+    QLabel* m_expiryCount = nullptr;
+    int m_expiryHorizon = 0;
 };

@@ -1,5 +1,6 @@
 #include "SampleData.h"
 
+#include <QDate>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QVariant>
@@ -37,22 +38,30 @@ private:
 
 const QVariant none;
 
-bool seedDeclarations(Seeder& db)
+bool seedDeclarations(Seeder& db, const QDate& today)
 {
+    // Expiries are dated from the day the sample is made, so the window and the expiry listing
+    // show every state on any day: one declaration with stock expired, one falling due within
+    // the default horizon of 60 days, the rest later.
+    const auto expiry = [&](int days) {
+        return today.addDays(days).toString(Qt::ISODate);
+    };
     // Declaration, official date, authorised, expiry, customs office.
     return db.insert(
         "insert into INTINS (INTDCL, INTFOF, INTIOK, INTVEN, INTADU, INTCTC) values (?, ?, ?, ?, "
         "?, '')",
         {
             // Exhausted by the earlier export OP-2024-0117.
-            {"23001IT04001187M", "2023-11-02", 1, "2025-11-02", "001 Buenos Aires"},
+            {"23001IT04001187M", "2023-11-02", 1, expiry(95), "001 Buenos Aires"},
             // Its stock lines carry no C.T.C. number: a discharge that draws on it is refused.
-            {"24001IT04000215K", "2024-02-01", 1, "2026-02-01", "001 Buenos Aires"},
-            {"24073IT04000389P", "2024-03-12", 1, "2026-03-12", "073 Ezeiza"},
-            {"24001IT04000552X", "2024-06-05", 1, "2026-06-05", "001 Buenos Aires"},
+            // Expired 12 days ago.
+            {"24001IT04000215K", "2024-02-01", 1, expiry(-12), "001 Buenos Aires"},
+            // Falls due in 25 days.
+            {"24073IT04000389P", "2024-03-12", 1, expiry(25), "073 Ezeiza"},
+            {"24001IT04000552X", "2024-06-05", 1, expiry(150), "001 Buenos Aires"},
             // Not yet authorised: the allocation passes it over.
-            {"24001IT04000871F", "2024-09-20", 0, "2026-09-20", "001 Buenos Aires"},
-            {"24073IT04000120A", "2024-11-14", 1, "2026-11-14", "073 Ezeiza"},
+            {"24001IT04000871F", "2024-09-20", 0, expiry(210), "001 Buenos Aires"},
+            {"24073IT04000120A", "2024-11-14", 1, expiry(330), "073 Ezeiza"},
         });
 }
 
@@ -173,13 +182,14 @@ QString SampleData::operation()
     return QStringLiteral("OP-2025-0042");
 }
 
-bool SampleData::seed(const QSqlDatabase& discharge, const QSqlDatabase& host, QString& error)
+bool SampleData::seed(const QSqlDatabase& discharge, const QSqlDatabase& host, const QDate& today,
+                      QString& error)
 {
     Seeder dischargeSeeder(discharge, error);
     Seeder hostSeeder(host, error);
     return inTransaction(discharge,
                          [&] {
-                             return seedDeclarations(dischargeSeeder) &&
+                             return seedDeclarations(dischargeSeeder, today) &&
                                     seedStock(dischargeSeeder) && seedProducts(dischargeSeeder) &&
                                     seedEarlierExport(dischargeSeeder);
                          }) &&

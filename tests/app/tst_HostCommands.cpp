@@ -1,4 +1,8 @@
+#include <QDir>
 #include <QFile>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QSqlDatabase>
 #include <QSqlQuery>
@@ -25,6 +29,11 @@ private Q_SLOTS:
     void printRefusals();
     void checkStockFindsAndRepairs();
     void removeGivesStockBack();
+    void expiringTableAndExitCode();
+    void expiringCsvAndJson();
+    void expiringHorizonAndReferenceDate();
+    void expiringPdf();
+    void expiringRefusesBadOptions();
 
 private:
     struct Result
@@ -50,6 +59,9 @@ tst_HostCommands::Result tst_HostCommands::host(const QStringList& arguments, bo
     env.remove(QStringLiteral("WAYLAND_DISPLAY"));
     env.remove(QStringLiteral("QT_QPA_PLATFORM"));
     env.insert(QStringLiteral("XDG_DATA_HOME"), m_dir->filePath(QStringLiteral("data")));
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir->filePath(QStringLiteral("config")));
+    // The sample's expiries are dated from this day, and the expiry check runs on it.
+    env.insert(QStringLiteral("OQUIVRAN_HOST_TODAY"), QStringLiteral("2027-05-10"));
     process.setProcessEnvironment(env);
     QStringList all = arguments;
     if (withDatabases)
@@ -106,7 +118,7 @@ void tst_HostCommands::init()
 void tst_HostCommands::helpOfEverySubcommand()
 {
     for (const char* name :
-         {"init", "discharge", "remove", "number", "inputs", "print", "check-stock"}) {
+         {"init", "discharge", "remove", "number", "inputs", "print", "check-stock", "expiring"}) {
         const Result help = host({QString::fromLatin1(name), QStringLiteral("--help")}, false);
         QCOMPARE(help.exitCode, 0);
         QVERIFY2(help.out.contains(QStringLiteral("Códigos de salida")), name);
@@ -328,6 +340,143 @@ void tst_HostCommands::removeGivesStockBack()
     QVERIFY(all.out.contains(QStringLiteral("sin descarga")));
     QCOMPARE(scalar("select count(*) from DIP where EXTINT = 'OP-2025-0042'").toInt(), 0);
     QCOMPARE(host({QStringLiteral("check-stock")}).exitCode, 0);
+}
+
+void tst_HostCommands::expiringTableAndExitCode()
+{
+    const Result expiring = host({QStringLiteral("expiring")});
+    // The sample has one declaration with stock expired 12 days before: a daily job alerts.
+    QCOMPARE(expiring.exitCode, 7);
+    QVERIFY2(expiring.err.contains(
+                 QStringLiteral("Líneas de stock con la importación temporal vencida: 1")),
+             qPrintable(expiring.err));
+    const QStringList lines = expiring.out.split(u'\n');
+    QVERIFY2(lines.first().startsWith(QStringLiteral("Vencimientos de importación temporal al ")),
+             qPrintable(expiring.out));
+    QVERIFY(lines.first().endsWith(QStringLiteral("(horizonte de 60 días)")));
+    // The expired line first, then the three lines due in 25 days; nothing later.
+    QStringList rows;
+    for (const QString& line : lines) {
+        if (line.startsWith(QStringLiteral("24")) &&
+            (line.endsWith(QStringLiteral("vencida")) || line.endsWith(QStringLiteral("vencer"))))
+            rows << line.section(u' ', 0, 0) + u' ' + line.section(QStringLiteral("  "), -1);
+    }
+    QCOMPARE(rows, QStringList({"24001IT04000215K vencida", "24073IT04000389P por vencer",
+                                "24073IT04000389P por vencer", "24073IT04000389P por vencer"}));
+    QVERIFY(expiring.out.contains(QStringLiteral("Líneas vencidas: 1, por vencer: 3, sin "
+                                                 "vencimiento: 0")));
+    QVERIFY(!expiring.out.contains(QStringLiteral("24001IT04000552X")));
+}
+
+void tst_HostCommands::expiringCsvAndJson()
+{
+    const Result csv =
+        host({QStringLiteral("expiring"), QStringLiteral("--format"), QStringLiteral("csv")});
+    QCOMPARE(csv.exitCode, 7);
+    const QStringList rows = csv.out.trimmed().split(u'\n');
+    QCOMPARE(rows.size(), 5);
+    QCOMPARE(rows.at(0), QStringLiteral("despacho,aduana,oficializacion,vencimiento,dias,insumo,"
+                                        "item,subitem,declarado,descargado,disponible,"
+                                        "cif_unitario,cif_en_riesgo,estado"));
+    // Machine numbers and ISO dates whatever the locale.
+    QCOMPARE(rows.at(1), QStringLiteral("24001IT04000215K,001 Buenos Aires,2024-02-01,2027-04-28,"
+                                        "-12,CUERO-VAC,1,1,80,0,80,18.3,1464,vencida"));
+    QCOMPARE(rows.at(2), QStringLiteral("24073IT04000389P,073 Ezeiza,2024-03-12,2027-06-04,25,"
+                                        "TELA-ALG,1,1,220,0,220,3.92,862.4,por vencer"));
+
+    // A discharge shows in what is discharged and what is left.
+    QCOMPARE(host({QStringLiteral("discharge"), QStringLiteral("--subitem"), QStringLiteral("1")})
+                 .exitCode,
+             0);
+    const Result json =
+        host({QStringLiteral("expiring"), QStringLiteral("--format"), QStringLiteral("json")});
+    QCOMPARE(json.exitCode, 7);
+    QJsonParseError error;
+    const QJsonObject root = QJsonDocument::fromJson(json.out.toUtf8(), &error).object();
+    QCOMPARE(error.error, QJsonParseError::NoError);
+    QCOMPARE(root.value("fecha").toString(), QStringLiteral("2027-05-10"));
+    QCOMPARE(root.value("horizonte_dias").toInt(), 60);
+    QCOMPARE(root.value("lineas_vencidas").toInt(), 1);
+    // The discharge used up the buttons of 24073IT04000389P: that line is no longer at risk.
+    QCOMPARE(root.value("lineas_por_vencer").toInt(), 2);
+    const QJsonArray lines = root.value("lineas").toArray();
+    QCOMPARE(lines.size(), 3);
+    for (const QJsonValue& line : lines)
+        QVERIFY(line.toObject().value("insumo").toString() != QStringLiteral("BOTON-12"));
+    const QJsonObject fabric = lines.at(1).toObject();
+    QCOMPARE(fabric.value("insumo").toString(), QStringLiteral("TELA-ALG"));
+    QCOMPARE(fabric.value("dias").toInt(), 25);
+    // 120 shirts at 1.6 m2: 192 m2 discharged of 220.
+    QCOMPARE(fabric.value("descargado").toDouble(), 192.0);
+    QCOMPARE(fabric.value("disponible").toDouble(), 28.0);
+    QCOMPARE(fabric.value("cif_en_riesgo").toDouble(), 109.76);
+    QCOMPARE(lines.at(0).toObject().value("dias").toInt(), -12);
+    const QJsonArray declarations = root.value("despachos").toArray();
+    QCOMPARE(declarations.size(), 2);
+    QCOMPARE(declarations.at(0).toObject().value("estado").toString(), QStringLiteral("vencida"));
+    QCOMPARE(root.value("cif_en_riesgo").toDouble(),
+             declarations.at(0).toObject().value("cif_en_riesgo").toDouble() +
+                 declarations.at(1).toObject().value("cif_en_riesgo").toDouble());
+}
+
+void tst_HostCommands::expiringHorizonAndReferenceDate()
+{
+    // Ten days reach nothing but the expired line.
+    const Result tenDays =
+        host({QStringLiteral("expiring"), QStringLiteral("--days"), QStringLiteral("10"),
+              QStringLiteral("--format"), QStringLiteral("csv")});
+    QCOMPARE(tenDays.exitCode, 7);
+    QCOMPARE(tenDays.out.trimmed().split(u'\n').size(), 2);
+
+    // Twenty days earlier nothing had expired yet: exit code 0.
+    const Result earlier =
+        host({QStringLiteral("expiring"), QStringLiteral("--as-of"), QStringLiteral("2027-04-20"),
+              QStringLiteral("--format"), QStringLiteral("csv")});
+    QCOMPARE(earlier.exitCode, 0);
+    const QStringList rows = earlier.out.trimmed().split(u'\n');
+    QCOMPARE(rows.size(), 5);
+    QVERIFY(rows.at(1).endsWith(QStringLiteral(",8,CUERO-VAC,1,1,80,0,80,18.3,1464,por vencer")));
+
+    // The horizon is a setting of the host.
+    QDir().mkpath(m_dir->filePath(QStringLiteral("config/oquivran-host")));
+    QFile settings(m_dir->filePath(QStringLiteral("config/oquivran-host/oquivran-host.conf")));
+    QVERIFY(settings.open(QIODevice::WriteOnly));
+    settings.write("[vencimientos]\nhorizonte=10\n");
+    settings.close();
+    const Result fromSettings =
+        host({QStringLiteral("expiring"), QStringLiteral("--format"), QStringLiteral("json")});
+    QCOMPARE(fromSettings.exitCode, 7);
+    const QJsonObject root = QJsonDocument::fromJson(fromSettings.out.toUtf8()).object();
+    QCOMPARE(root.value("horizonte_dias").toInt(), 10);
+    QCOMPARE(root.value("lineas").toArray().size(), 1);
+}
+
+void tst_HostCommands::expiringPdf()
+{
+    const QString pdf = m_dir->filePath(QStringLiteral("vencimientos.pdf"));
+    const Result printed = host({QStringLiteral("expiring"), QStringLiteral("--pdf"), pdf});
+    QCOMPARE(printed.exitCode, 7);
+    QVERIFY2(printed.err.contains(QStringLiteral("Listado de vencimientos: ")),
+             qPrintable(printed.err));
+    QProcess text;
+    text.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), pdf, QStringLiteral("-")});
+    QVERIFY(text.waitForFinished(30000));
+    const QString pages = QString::fromUtf8(text.readAllStandardOutput());
+    QVERIFY2(pages.contains(QStringLiteral("VENCIMIENTOS DE IMPORTACION TEMPORAL AL 10/05/2027 - "
+                                           "HORIZONTE: 60 DIAS")),
+             qPrintable(pages));
+    QVERIFY(pages.contains(QStringLiteral("VENCIDA")));
+}
+
+void tst_HostCommands::expiringRefusesBadOptions()
+{
+    for (const QStringList& options :
+         {QStringList{"--days", "x"}, QStringList{"--days", "-1"}, QStringList{"--format", "xml"},
+          QStringList{"--as-of", "mañana"}}) {
+        const Result refused = host(QStringList{QStringLiteral("expiring")} + options);
+        QCOMPARE(refused.exitCode, 1);
+        QVERIFY(refused.out.isEmpty());
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_HostCommands)

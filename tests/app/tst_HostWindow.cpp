@@ -23,6 +23,7 @@ private Q_SLOTS:
     void cleanup() { oquivran::resetModuleState(); }
     void listsShowTheSample();
     void dischargeNumberAndRemove();
+    void stockShowsExpiries();
 };
 
 namespace {
@@ -35,6 +36,13 @@ void answerMessages(QStringList& shown)
         return int((style & 0xF) == oquivran::MessageYesNo ? oquivran::AnswerNo
                                                            : oquivran::AnswerOk);
     });
+}
+
+// Creates the sample databases in a folder.
+bool createSample(HostDatabases& databases, const QTemporaryDir& dir)
+{
+    return databases.open(dir.filePath("d.sqlite"), dir.filePath("h.sqlite"),
+                          HostDatabases::Missing::CreateSample) == HostDatabases::Status::Created;
 }
 
 // Presses F11 on the first modal screen that comes up, within a deadline.
@@ -65,9 +73,7 @@ void tst_HostWindow::listsShowTheSample()
 {
     QTemporaryDir dir;
     HostDatabases databases;
-    QCOMPARE(databases.open(dir.filePath("d.sqlite"), dir.filePath("h.sqlite"),
-                            HostDatabases::Missing::CreateSample),
-             HostDatabases::Status::Created);
+    QVERIFY(createSample(databases, dir));
     HostWindow window(databases, QStringLiteral("OP-2025-0042"));
     auto* subItems = window.findChild<QTreeWidget*>(QStringLiteral("lstSubitems"));
     auto* stock = window.findChild<QTableWidget*>(QStringLiteral("lstStock"));
@@ -85,9 +91,7 @@ void tst_HostWindow::dischargeNumberAndRemove()
     QStringList messages;
     answerMessages(messages);
     HostDatabases databases;
-    QCOMPARE(databases.open(dir.filePath("d.sqlite"), dir.filePath("h.sqlite"),
-                            HostDatabases::Missing::CreateSample),
-             HostDatabases::Status::Created);
+    QVERIFY(createSample(databases, dir));
     HostWindow window(databases, QStringLiteral("OP-2025-0042"));
     window.show();
     auto* lines = window.findChild<QTableWidget*>(QStringLiteral("lstLineas"));
@@ -111,6 +115,46 @@ void tst_HostWindow::dischargeNumberAndRemove()
     QCOMPARE(lines->rowCount(), 0);
     QVERIFY(result->text().contains(QStringLiteral("descarga eliminada")));
     oquivran::setMessageHandler({});
+}
+
+void tst_HostWindow::stockShowsExpiries()
+{
+    // The sample is dated from the pinned day and the window checks on it.
+    qputenv("OQUIVRAN_HOST_TODAY", "2027-05-10");
+    QTemporaryDir dir;
+    HostDatabases databases;
+    QVERIFY(createSample(databases, dir));
+    HostWindow window(databases, QStringLiteral("OP-2025-0042"));
+    qunsetenv("OQUIVRAN_HOST_TODAY");
+    auto* stock = window.findChild<QTableWidget*>(QStringLiteral("lstStock"));
+    auto* legend = window.findChild<QLabel*>(QStringLiteral("lbLeyendaVencimientos"));
+    auto* count = window.findChild<QLabel*>(QStringLiteral("lbVencimientos"));
+    QVERIFY(stock && legend && count);
+
+    const QColor red = HostWindow::expiryColor(oquivran::ExpiryState::Expired);
+    const QColor amber = HostWindow::expiryColor(oquivran::ExpiryState::DueSoon);
+    QStringList marked;
+    for (int row = 0; row < stock->rowCount(); ++row) {
+        const QBrush background = stock->item(row, 0)->background();
+        // A row is coloured whole.
+        QCOMPARE(stock->item(row, stock->columnCount() - 1)->background(), background);
+        const QString key = stock->item(row, 0)->text() + u' ' + stock->item(row, 1)->text();
+        if (background.color() == red)
+            marked << key + QStringLiteral(" rojo");
+        else if (background.color() == amber)
+            marked << key + QStringLiteral(" ámbar");
+        else
+            QCOMPARE(background.style(), Qt::NoBrush);
+    }
+    // The expired declaration in red; the one due in 25 days in amber; the exhausted and the
+    // not authorised declarations and those due later uncoloured.
+    QCOMPARE(marked,
+             QStringList({"24001IT04000215K CUERO-VAC rojo", "24073IT04000389P BOTON-12 ámbar",
+                          "24073IT04000389P HILO-POL ámbar", "24073IT04000389P TELA-ALG ámbar"}));
+    QVERIFY2(legend->text().contains(QStringLiteral("vence en 60 días o menos")),
+             qPrintable(legend->text()));
+    QVERIFY(legend->text().contains(red.name()) && legend->text().contains(amber.name()));
+    QCOMPARE(count->text(), QStringLiteral("Líneas vencidas: 1 - por vencer en 60 días: 3"));
 }
 
 QTEST_MAIN(tst_HostWindow)
