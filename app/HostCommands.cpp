@@ -591,13 +591,15 @@ int HostCommands::checkStock()
 
 int HostCommands::expiring()
 {
+    // A hundred years: far beyond any temporary-import regime.
+    constexpr int maximumHorizon = 36500;
     int horizon = HostSettings::expiryHorizon();
     if (m_parser.isSet("days")) {
         bool ok = false;
         horizon = m_parser.value("days").toInt(&ok);
-        if (!ok || horizon < 0) {
+        if (!ok || horizon < 0 || horizon > maximumHorizon) {
             err() << "Horizonte inválido: " << m_parser.value("days")
-                  << " (un número de días, 0 o más)\n";
+                  << " (un número de días de 0 a " << maximumHorizon << ")\n";
             return UsageError;
         }
     }

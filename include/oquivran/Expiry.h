@@ -81,7 +81,8 @@ struct ExpiryReport
 // within horizonDays days after it, or has no expiry date; with what was declared, discharged
 // and is still available, and the CIF value still at risk. The query runs through the data
 // object bound with VincularDatos. Quantities are formatted with the printing formats of the
-// "opVDE" setting, like the reports. Needs a valid asOf and a horizon of 0 days or more.
+// "opVDE" setting, like the reports. Needs a valid asOf and a horizon of 0 days or more that
+// ends by the year 9999.
 // Returns true and fills report (replacing what it held); on an error (nothing bound, a
 // failing query, a bad argument) shows the common error message and returns false, report
 // left empty.

@@ -99,13 +99,18 @@ bool expiringStock(const QDate& asOf, int horizonDays, ExpiryReport& report)
         if (horizonDays < 0)
             throw RuntimeError::userDefined(
                 QStringLiteral("El horizonte de vencimientos debe ser de 0 días o más."), source);
+        const QDate lastDay = asOf.addDays(horizonDays);
+        // Date text has four digits for the year.
+        if (!lastDay.isValid() || lastDay.year() > 9999)
+            throw RuntimeError::userDefined(
+                QStringLiteral("El horizonte de vencimientos pasa del año 9999."), source);
         const QString quantityFormat = ValueFormats::current(FormatMoment::Printing).valueFormat;
 
         ExpiryReport found;
         found.asOf = asOf;
         found.horizonDays = horizonDays;
         Recordset rows;
-        BoundData::open(ExpiryStatements::expiringStock(asOf.addDays(horizonDays)), rows);
+        BoundData::open(ExpiryStatements::expiringStock(lastDay), rows);
         for (; !rows.eof(); rows.moveNext()) {
             found.lines.append(lineOf(rows, asOf, quantityFormat));
             addToTotals(found.lines.constLast(), found);

@@ -309,6 +309,8 @@ void tst_ExpiringStock::errors_data()
     QTest::newRow("invalid date") << QDate() << 60 << "La fecha de referencia no es válida.";
     QTest::newRow("negative horizon")
         << QDate(2027, 1, 1) << -1 << "El horizonte de vencimientos debe ser de 0 días o más.";
+    QTest::newRow("horizon past the year 9999")
+        << QDate(2027, 1, 1) << 3000000 << "El horizonte de vencimientos pasa del año 9999.";
 }
 
 void tst_ExpiringStock::errors()
