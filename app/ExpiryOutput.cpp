@@ -1,5 +1,6 @@
 #include "ExpiryOutput.h"
 
+#include "HostText.h"
 #include "TextTable.h"
 
 #include <oquivran/Expiry.h>
@@ -7,7 +8,6 @@
 #include <QJsonArray>
 #include <QJsonDocument>
 #include <QJsonObject>
-#include <QLocale>
 
 namespace {
 
@@ -26,7 +26,7 @@ QString stateName(oquivran::ExpiryState state)
 
 QString localDate(const QDate& date)
 {
-    return date.isValid() ? QLocale::system().toString(date, QLocale::ShortFormat) : QString();
+    return HostText::date(date);
 }
 
 QString isoDate(const QDate& date)

@@ -88,28 +88,12 @@ void addLines(TextTable& table, const QList<DischargeLine>& lines)
     }
 }
 
-// A date option, ISO or in the locale's day and month order; invalid when it is neither.
-QDate dateOption(const QString& text)
-{
-    const QDate iso = QDate::fromString(text, Qt::ISODate);
-    if (iso.isValid())
-        return iso;
-    const QString format = QLocale::system().dateFormat(QLocale::ShortFormat);
-    const bool monthFirst = format.indexOf(u'M') < format.indexOf(u'd');
-    return QDate::fromString(text, monthFirst ? QStringLiteral("MM/dd/yyyy")
-                                              : QStringLiteral("dd/MM/yyyy"));
-}
-
 // A date option as the component reads dates: ISO text becomes the locale's day and month
 // order; other text is passed as typed.
 QString dateText(const QString& text)
 {
     const QDate date = QDate::fromString(text, Qt::ISODate);
-    if (!date.isValid())
-        return text;
-    const QString format = QLocale::system().dateFormat(QLocale::ShortFormat);
-    const bool monthFirst = format.indexOf(u'M') < format.indexOf(u'd');
-    return date.toString(monthFirst ? QStringLiteral("MM/dd/yyyy") : QStringLiteral("dd/MM/yyyy"));
+    return date.isValid() ? HostText::date(date) : text;
 }
 
 } // namespace
@@ -605,7 +589,7 @@ int HostCommands::expiring()
     }
     QDate asOf = HostSettings::today();
     if (m_parser.isSet("as-of")) {
-        asOf = dateOption(m_parser.value("as-of"));
+        asOf = HostText::readDate(m_parser.value("as-of"));
         if (!asOf.isValid()) {
             err() << "Fecha inválida: " << m_parser.value("as-of") << '\n';
             return UsageError;

@@ -366,6 +366,9 @@ void tst_HostCommands::expiringTableAndExitCode()
     QVERIFY(expiring.out.contains(QStringLiteral("Líneas vencidas: 1, por vencer: 3, sin "
                                                  "vencimiento: 0")));
     QVERIFY(!expiring.out.contains(QStringLiteral("24001IT04000552X")));
+    // Dates as the component writes them: two-digit day and month, four-digit year.
+    QVERIFY(expiring.out.contains(
+        QStringLiteral("24001IT04000215K  001 Buenos Aires  01/02/2024      28/04/2027")));
 }
 
 void tst_HostCommands::expiringCsvAndJson()
