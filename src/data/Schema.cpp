@@ -9,20 +9,12 @@
 
 namespace oquivran {
 
-QString Schema::script(Database database)
-{
-    switch (database) {
-    case Database::Discharge:
-        return QString::fromUtf8(schema_scripts::discharge);
-    case Database::Host:
-        return QString::fromUtf8(schema_scripts::host);
-    }
-    return QString();
-}
+namespace {
 
-QStringList Schema::statements(Database database)
+// The statements of a script: ";" ends one outside quotes and "$$" bodies; comments are left
+// out.
+QStringList split(const QString& text)
 {
-    const QString text = script(database);
     QStringList statements;
     QString current;
     const auto finish = [&] {
@@ -32,8 +24,19 @@ QStringList Schema::statements(Database database)
         current.clear();
     };
     QChar quote;
+    bool inBody = false;
     for (qsizetype i = 0; i < text.size(); ++i) {
         const QChar c = text.at(i);
+        if (quote.isNull() && c == u'$' && i + 1 < text.size() && text.at(i + 1) == u'$') {
+            inBody = !inBody;
+            current += QStringLiteral("$$");
+            ++i;
+            continue;
+        }
+        if (inBody) {
+            current += c;
+            continue;
+        }
         if (!quote.isNull()) {
             current += c;
             if (c == quote)
@@ -58,9 +61,39 @@ QStringList Schema::statements(Database database)
     return statements;
 }
 
+} // namespace
+
+QString Schema::script(Database database, Server server)
+{
+    const bool postgresql = server == Server::PostgreSQL;
+    switch (database) {
+    case Database::Discharge:
+        return QString::fromUtf8(postgresql ? schema_scripts::postgresqlDischarge
+                                            : schema_scripts::discharge);
+    case Database::Host:
+        return QString::fromUtf8(postgresql ? schema_scripts::postgresqlHost
+                                            : schema_scripts::host);
+    }
+    return QString();
+}
+
+QStringList Schema::statements(Database database, Server server)
+{
+    QStringList all;
+    if (server == Server::PostgreSQL)
+        all = split(QString::fromUtf8(schema_scripts::postgresqlFunctions));
+    all += split(script(database, server));
+    return all;
+}
+
+Schema::Server Schema::serverOf(const QSqlDatabase& connection)
+{
+    return connection.driverName() == u"QPSQL" ? Server::PostgreSQL : Server::SQLite;
+}
+
 void Schema::create(const QSqlDatabase& connection, Database database)
 {
-    for (const QString& statement : statements(database)) {
+    for (const QString& statement : statements(database, serverOf(connection))) {
         QSqlQuery query(connection);
         if (!query.exec(statement))
             throw RuntimeError(DatabaseError, query.lastError().text(), QStringLiteral("Schema"));

@@ -6,7 +6,8 @@
 
 namespace oquivran {
 
-// The tables of the embedded default, with the indexes the component's queries need.
+// The tables of the embedded default and of PostgreSQL, with the indexes the component's
+// queries need.
 class Schema
 {
 public:
@@ -14,13 +15,21 @@ public:
         Discharge, // DIP, RIP, PRD, INS, INTINS
         Host,      // item, groupsubitems, facturas
     };
+    enum class Server {
+        SQLite,
+        PostgreSQL, // the tables after the functions of functions-postgresql.sql
+    };
 
     // The schema script of a database, as shipped (statements separated by ";").
-    static QString script(Database database);
-    // The script's statements, one per element.
-    static QStringList statements(Database database);
-    // Creates the tables and indexes that are missing on an open connection. Throws
-    // RuntimeError with the database's message when a statement fails.
+    static QString script(Database database, Server server = Server::SQLite);
+    // The statements that create a database on a server, one per element: for PostgreSQL the
+    // functions first, then the tables.
+    static QStringList statements(Database database, Server server = Server::SQLite);
+    // The server of a connection, by its driver: QPSQL is PostgreSQL, any other SQLite.
+    static Server serverOf(const QSqlDatabase& connection);
+    // Creates the tables, indexes (and on PostgreSQL the functions) that are missing on an
+    // open connection. Throws RuntimeError with the database's message when a statement
+    // fails.
     static void create(const QSqlDatabase& connection, Database database);
 };
 

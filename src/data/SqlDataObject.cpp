@@ -7,6 +7,7 @@
 #include "SqliteFunctions.h"
 #include "StatementCache.h"
 #include "StatementRewriter.h"
+#include "Visiting.h"
 
 #include <QByteArray>
 #include <QDate>
@@ -393,19 +394,6 @@ void runQuery(sqlite3* db, StatementCache& cache, const QString& sql,
     if (step(described) == Stepping::Stale)
         fail(QString::fromUtf8(sqlite3_errstr(SQLITE_SCHEMA)));
 }
-
-// Marks an object as handing rows to a visitor while it lives.
-class Visiting
-{
-public:
-    explicit Visiting(bool& flag) : m_flag(flag) { m_flag = true; }
-    Visiting(const Visiting&) = delete;
-    Visiting& operator=(const Visiting&) = delete;
-    ~Visiting() { m_flag = false; }
-
-private:
-    bool& m_flag;
-};
 
 // Steps an action statement to its end; the number of records it changed.
 qint32 runAction(sqlite3* db, sqlite3_stmt* stmt)

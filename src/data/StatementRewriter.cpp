@@ -1,5 +1,12 @@
 #include "StatementRewriter.h"
 
+#include "DateText.h"
+#include "NumberText.h"
+
+#include <oquivran/RuntimeError.h>
+
+#include <QDate>
+#include <QHash>
 #include <QList>
 #include <QStringView>
 
@@ -105,32 +112,52 @@ struct Edit
     QString text;
 };
 
-// Reads one statement's tokens and collects the edits that make it run on SQLite.
+using Conversion = StatementRewriter::Conversion;
+
+// Reads one statement's tokens and collects the edits that make it run on the dialect's
+// server.
 class Rewriter
 {
 public:
     Rewriter(QStringView sql, const QList<Token>& tokens,
-             const StatementRewriter::ColumnLookup& lookup)
-        : m_sql(sql), m_tokens(tokens), m_lookup(lookup)
+             const StatementRewriter::ColumnLookup& lookup, const SqlDialect& dialect)
+        : m_sql(sql), m_tokens(tokens), m_lookup(lookup), m_dialect(dialect)
     {
+        for (qsizetype i = 0; i < count(); ++i) {
+            if (isSymbol(i, u'?')) {
+                m_parameterAt.insert(i, int(m_conversions.size()));
+                m_conversions.append(Conversion::AsWritten);
+            }
+        }
     }
 
-    // The edits, or nothing when the statement has a form that should not be touched.
-    std::optional<QList<Edit>> edits()
+    // The edits; only the parameters' when the statement has a form that should not be
+    // touched otherwise.
+    QList<Edit> edits()
     {
-        if (!topClauses())
-            return std::nullopt;
-        if (isWord(0, u"insert") || isWord(0, u"replace")) {
-            if (!insertValues())
-                return std::nullopt;
-        } else if (isWord(0, u"update")) {
-            if (!updateAssignments())
-                return std::nullopt;
-        }
+        if (!statementEdits())
+            m_edits.clear();
+        numberParameters();
         return m_edits;
     }
 
+    QList<Conversion> conversions() const { return m_conversions; }
+
 private:
+    bool statementEdits()
+    {
+        if (!topClauses())
+            return false;
+        if (isWord(0, u"insert") || isWord(0, u"replace")) {
+            if (!insertValues())
+                return false;
+        } else if (isWord(0, u"update")) {
+            if (!updateAssignments())
+                return false;
+        }
+        return functionCalls();
+    }
+
     qsizetype count() const { return m_tokens.size(); }
 
     QStringView textOf(qsizetype index) const
@@ -233,19 +260,116 @@ private:
         return true;
     }
 
-    // Wraps the tokens first..last, the value written into a column, by the column's kind.
+    // A call of the named function whose parenthesis closes at last: the index of its
+    // opening parenthesis, or -1.
+    qsizetype callOf(qsizetype first, qsizetype last, QStringView function) const
+    {
+        if (!isWord(first, function) || !isSymbol(first + 1, u'('))
+            return -1;
+        return closing(first + 1) == last ? first + 1 : -1;
+    }
+
+    // Sends the tokens from..to (a "?" or a call around one) as a value of the type.
+    void cast(qsizetype from, qsizetype to, const QString& type)
+    {
+        m_edits.append({m_tokens.at(from).start, 0, QStringLiteral("CAST(")});
+        m_edits.append({m_tokens.at(to).end, 0, QStringLiteral(" AS ") + type + u')'});
+    }
+
+    // Encloses the tokens first..last, the value written into a column, by the column's kind.
     void wrap(const QString& table, const QString& column, qsizetype first, qsizetype last)
     {
         const StatementRewriter::ColumnKind kind = m_lookup(table, column);
-        QString function;
-        if (kind == StatementRewriter::ColumnKind::Real)
-            function = QStringLiteral("oquivran_real(");
-        else if (kind == StatementRewriter::ColumnKind::Date)
-            function = QStringLiteral("oquivran_date(");
-        else
+        if (kind == StatementRewriter::ColumnKind::Other)
             return;
-        m_edits.append({m_tokens.at(first).start, 0, function});
-        m_edits.append({m_tokens.at(last).end, 0, QStringLiteral(")")});
+        const bool real = kind == StatementRewriter::ColumnKind::Real;
+        if (m_dialect.readsWrittenValues) {
+            if (first == last && m_parameterAt.contains(first)) {
+                m_conversions[m_parameterAt.value(first)] =
+                    real ? Conversion::Real : Conversion::DateText;
+                cast(first, last, real ? m_dialect.realType : m_dialect.dateType);
+                return;
+            }
+            // cdbl() and datevalue() already give the column's type.
+            if (callOf(first, last, real ? u"cdbl" : u"datevalue") >= 0)
+                return;
+        }
+        const QString& before = real ? m_dialect.realValueBefore : m_dialect.dateValueBefore;
+        const QString& after = real ? m_dialect.realValueAfter : m_dialect.dateValueAfter;
+        if (before.isEmpty())
+            return;
+        m_edits.append({m_tokens.at(first).start, 0, before});
+        m_edits.append({m_tokens.at(last).end, 0, after});
+    }
+
+    // A quoted text as the text it stands for.
+    QString quotedText(qsizetype index) const
+    {
+        const QStringView text = textOf(index);
+        return text.mid(1, text.size() - 2).toString().replace(QStringLiteral("''"),
+                                                                QStringLiteral("'"));
+    }
+
+    // cdbl(x) and datevalue(x) of a written value x, read here; format(value, pattern) as the
+    // dialect runs it.
+    bool functionCalls()
+    {
+        if (!m_dialect.readsWrittenValues && m_dialect.formatFunction.isEmpty())
+            return true;
+        for (qsizetype i = 0; i + 1 < count(); ++i) {
+            if (m_tokens.at(i).kind != Token::Word || !isSymbol(i + 1, u'(') ||
+                (i > 0 && isSymbol(i - 1, u'.')))
+                continue;
+            const qsizetype close = closing(i + 1);
+            if (close < 0)
+                return false;
+            const int depth = m_tokens.at(i + 1).depth + 1;
+            const bool number = isWord(i, u"cdbl");
+            const bool date = isWord(i, u"datevalue");
+            if ((number || date) && m_dialect.readsWrittenValues && close == i + 3) {
+                const qsizetype argument = i + 2;
+                const QString& type = number ? m_dialect.realType : m_dialect.dateType;
+                if (m_parameterAt.contains(argument)) {
+                    m_conversions[m_parameterAt.value(argument)] =
+                        number ? Conversion::Number : Conversion::Date;
+                    m_edits.append({m_tokens.at(i).start,
+                                    m_tokens.at(argument).start - m_tokens.at(i).start,
+                                    QStringLiteral("CAST(")});
+                    m_edits.append({m_tokens.at(argument).end,
+                                    m_tokens.at(close).end - m_tokens.at(argument).end,
+                                    QStringLiteral(" AS ") + type + u')'});
+                } else if (m_tokens.at(argument).kind == Token::Text) {
+                    const QString value = quotedText(argument);
+                    const QString read =
+                        number ? QString::number(NumberText::toNumber(value), 'g', 17)
+                               : DateText::toDate(value).toString(QStringLiteral("yyyy-MM-dd"));
+                    m_edits.append({m_tokens.at(i).start,
+                                    m_tokens.at(close).end - m_tokens.at(i).start,
+                                    QStringLiteral("CAST('") + read + QStringLiteral("' AS ") +
+                                        type + u')'});
+                }
+                continue;
+            }
+            if (isWord(i, u"format") && !m_dialect.formatFunction.isEmpty() &&
+                split(i + 2, close - 1, depth).size() == 2 && close > i + 2) {
+                m_edits.append({m_tokens.at(i).start, m_tokens.at(i).end - m_tokens.at(i).start,
+                                m_dialect.formatFunction});
+                m_edits.append({m_tokens.at(close).start, 0, m_dialect.formatLastArguments});
+            }
+        }
+        return true;
+    }
+
+    // "?" becomes "$1", "$2"... when the dialect numbers its parameters.
+    void numberParameters()
+    {
+        if (!m_dialect.numberedParameters)
+            return;
+        for (auto it = m_parameterAt.cbegin(); it != m_parameterAt.cend(); ++it) {
+            const Token& token = m_tokens.at(it.key());
+            m_edits.append({token.start, token.end - token.start,
+                            u'$' + QString::number(it.value() + 1)});
+        }
     }
 
     // The pieces of from..to (inclusive) separated by commas at `depth`, as index ranges.
@@ -361,47 +485,80 @@ private:
     QStringView m_sql;
     const QList<Token>& m_tokens;
     const StatementRewriter::ColumnLookup& m_lookup;
+    const SqlDialect& m_dialect;
     QList<Edit> m_edits;
+    // The parameter number of each "?" token, and how each parameter is converted.
+    QHash<qsizetype, int> m_parameterAt;
+    QList<Conversion> m_conversions;
 };
+
+// Applies edits to a text: from the end, so earlier positions stay valid; at one position,
+// the edit collected first ends up first in the text.
+QString applied(const QString& sql, const QList<Edit>& edits)
+{
+    QList<qsizetype> order(edits.size());
+    for (qsizetype i = 0; i < order.size(); ++i)
+        order[i] = i;
+    std::stable_sort(order.begin(), order.end(), [&](qsizetype a, qsizetype b) {
+        return edits.at(a).position > edits.at(b).position ||
+               (edits.at(a).position == edits.at(b).position && a > b);
+    });
+    QString result = sql;
+    for (const qsizetype index : order) {
+        const Edit& edit = edits.at(index);
+        result.replace(edit.position, edit.length, edit.text);
+    }
+    return result;
+}
 
 } // namespace
 
-QString StatementRewriter::rewrite(const QString& sql, const ColumnLookup& lookup)
+StatementRewriter::Translation StatementRewriter::translate(const QString& sql,
+                                                            const ColumnLookup& lookup,
+                                                            const SqlDialect& dialect)
 {
+    Translation translation;
+    translation.text = sql;
     try {
         const std::optional<QList<Token>> tokens = tokenize(sql);
-        if (!tokens || tokens->isEmpty())
-            return sql;
-        // Several statements are refused later as they are; none of them is changed.
+        if (!tokens)
+            return translation;
+        // Statements are what lies between semicolons.
         const auto isSemicolon = [&](const Token& token) {
             return token.kind == Token::Symbol && sql[token.start] == u';';
         };
-        for (qsizetype i = 0; i + 1 < tokens->size(); ++i) {
-            if (isSemicolon(tokens->at(i)) && !isSemicolon(tokens->at(i + 1)))
-                return sql;
+        translation.statements = 0;
+        bool inStatement = false;
+        for (const Token& token : *tokens) {
+            if (isSemicolon(token)) {
+                inStatement = false;
+            } else if (!inStatement) {
+                inStatement = true;
+                ++translation.statements;
+            }
         }
-        Rewriter rewriter(sql, *tokens, lookup);
-        std::optional<QList<Edit>> edits = rewriter.edits();
-        if (!edits || edits->isEmpty())
-            return sql;
-        // Applied from the end, so earlier positions stay valid; at one position, the edit
-        // collected first ends up first in the text.
-        QList<qsizetype> order(edits->size());
-        for (qsizetype i = 0; i < order.size(); ++i)
-            order[i] = i;
-        std::stable_sort(order.begin(), order.end(), [&](qsizetype a, qsizetype b) {
-            return edits->at(a).position > edits->at(b).position ||
-                   (edits->at(a).position == edits->at(b).position && a > b);
-        });
-        QString result = sql;
-        for (const qsizetype index : order) {
-            const Edit& edit = edits->at(index);
-            result.replace(edit.position, edit.length, edit.text);
+        // Several statements are refused as they are; none of them is changed.
+        if (translation.statements != 1) {
+            translation.statements = qMin(translation.statements, 2);
+            return translation;
         }
-        return result;
+        Rewriter rewriter(sql, *tokens, lookup, dialect);
+        const QList<Edit> edits = rewriter.edits();
+        translation.parameters = rewriter.conversions();
+        translation.text = applied(sql, edits);
+        return translation;
+    } catch (const RuntimeError&) {
+        throw;
     } catch (...) {
-        return sql;
+        translation.text = sql;
+        translation.parameters.clear();
+        return translation;
     }
+}
+
+QString StatementRewriter::rewrite(const QString& sql, const ColumnLookup& lookup)
+{
+    return translate(sql, lookup, SqlDialect::sqlite()).text;
 }
 
 } // namespace oquivran

@@ -39,7 +39,7 @@ QList<int> items(DischargeFixture& f, const QString& interno)
 {
     QList<int> result;
     QSqlQuery query(f.discharge());
-    query.exec("select EXTITM from DIP where EXTINT = '" + interno + "' order by EXTSBT, rowid");
+    query.exec("select EXTITM from DIP where EXTINT = '" + interno + "' order by EXTSBT, ARTDCL");
     while (query.next())
         result << query.value(0).toInt();
     return result;

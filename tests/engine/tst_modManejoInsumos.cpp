@@ -506,8 +506,11 @@ void tst_modManejoInsumos::insertWritesValuesUnderTheLocale()
     QVERIFY(modManejoInsumos::AgregarDIP());
     QSqlQuery query(f.discharge());
     QVERIFY(query.exec("select EXTINT, EXTSBT, ARTPRE, PRDMUL, TRPMER, DIPOBL, DIPCAN, RIPMER, "
-                       "RIPPER, DIPFEC, DIPUSR, typeof(DIPCAN), typeof(PRDMUL), typeof(TRPMER), "
-                       "DIPEXP, CATNRO, PRDNRO, ARTNCM from DIP"));
+                       "RIPPER, DIPFEC, DIPUSR, " +
+                       FixtureDatabase::typeOf(QStringLiteral("DIPCAN")) + ", " +
+                       FixtureDatabase::typeOf(QStringLiteral("PRDMUL")) + ", " +
+                       FixtureDatabase::typeOf(QStringLiteral("TRPMER")) +
+                       ", DIPEXP, CATNRO, PRDNRO, ARTNCM from DIP"));
     QVERIFY(query.next());
     QCOMPARE(query.value(0).toString(), QStringLiteral("OP1"));
     QCOMPARE(query.value(1).toInt(), 1);
@@ -520,9 +523,9 @@ void tst_modManejoInsumos::insertWritesValuesUnderTheLocale()
     QCOMPARE(query.value(8).toDouble(), 1.25);
     QCOMPARE(query.value(9).toString(), QDate::currentDate().toString(Qt::ISODate));
     QCOMPARE(query.value(10).toString(), QString());
-    QCOMPARE(query.value(11).toString(), QStringLiteral("real"));
-    QCOMPARE(query.value(12).toString(), QStringLiteral("real"));
-    QCOMPARE(query.value(13).toString(), QStringLiteral("integer"));
+    QCOMPARE(query.value(11).toString(), FixtureDatabase::realTypeName());
+    QCOMPARE(query.value(12).toString(), FixtureDatabase::realTypeName());
+    QCOMPARE(query.value(13).toString(), FixtureDatabase::wholeTypeName());
     QCOMPARE(query.value(14).toString(), QStringLiteral("EXP"));
     QCOMPARE(query.value(15).toString(), QStringLiteral("CAT"));
     QCOMPARE(query.value(16).toString(), QStringLiteral("PRD"));

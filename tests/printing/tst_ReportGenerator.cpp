@@ -345,6 +345,8 @@ void tst_ReportGenerator::operationWithoutItemsGivesEmptyBuffer()
 
 void tst_ReportGenerator::failingSubItemStopsWithMessage()
 {
+    if (FixtureDatabase::onPostgreSql())
+        QSKIP("a real column of PostgreSQL holds only numbers: no text to fail on");
     DischargeFixture::run(m_db->discharge(), "update DIP set ARTPRE = 'abc' where EXTSBT = 2");
     QVERIFY(!generate(Report::Declaration));
     QCOMPARE(m_messages->messages.size(), 2);

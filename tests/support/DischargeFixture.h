@@ -1,12 +1,12 @@
 #pragma once
 
-#include "TempDatabase.h"
+#include "FixtureDatabase.h"
 
 #include "ModuleState.h"
 #include "Schema.h"
 
+#include <oquivran/DataObject.h>
 #include <oquivran/Module.h>
-#include <oquivran/SqlDataObject.h>
 
 #include <QDate>
 #include <QSqlError>
@@ -17,7 +17,9 @@
 #include <memory>
 
 // A discharge database and a host database on real SQLite files, with the schema of the
-// embedded default, bound into a fresh module state through SqlDataObjects. Seeding goes
+// embedded default, bound into a fresh module state through SqlDataObjects; under
+// OQUIVRAN_TEST_DATABASE=postgresql, on the throwaway PostgreSQL server with its schema,
+// through PgDataObjects. Seeding goes
 // through QSqlQuery with bound values, so test data never depends on the component's own
 // conversions. Test-side SQL only: the component's statements are what is under test.
 class DischargeFixture
@@ -28,8 +30,8 @@ public:
     {
         oquivran::Schema::create(m_discharge.database(), oquivran::Schema::Database::Discharge);
         oquivran::Schema::create(m_host.database(), oquivran::Schema::Database::Host);
-        dischargeData = std::make_unique<oquivran::SqlDataObject>(m_discharge.database());
-        hostData = std::make_unique<oquivran::SqlDataObject>(m_host.database());
+        dischargeData = m_discharge.dataObject();
+        hostData = m_host.dataObject();
         oquivran::resetModuleState();
         oquivran::ModuleState& state = oquivran::moduleState();
         state.dataObject = dischargeData.get();
@@ -132,12 +134,13 @@ public:
         query.exec("select INS.INTDCL, INS.ARTNRO, INS.ARTITM, INS.ARTSBT, INS.ARTDSC, "
                    "INS.ARTCAT - coalesce((select sum(DIPCAN) from DIP where "
                    "DIP.ARTDCL = INS.INTDCL and DIP.ARTNRO = INS.ARTNRO and "
-                   "DIP.ARTITM = INS.ARTITM and DIP.ARTSBT = INS.ARTSBT), 0), typeof(INS.ARTDSC) "
-                   "from INS");
+                   "DIP.ARTITM = INS.ARTITM and DIP.ARTSBT = INS.ARTSBT), 0), " +
+                   FixtureDatabase::typeOf(QStringLiteral("INS.ARTDSC")) + " from INS");
         while (query.next()) {
             const double actual = query.value(4).toDouble();
             const double expected = query.value(5).toDouble();
-            if (qAbs(actual - expected) > tolerance || query.value(6).toString() != "real")
+            if (qAbs(actual - expected) > tolerance ||
+                query.value(6).toString() != FixtureDatabase::realTypeName())
                 violations << QStringLiteral("%1/%2/%3/%4: %5 (%6) expected %7")
                                   .arg(query.value(0).toString(), query.value(1).toString(),
                                        query.value(2).toString(), query.value(3).toString(),
@@ -147,8 +150,8 @@ public:
         return violations;
     }
 
-    std::unique_ptr<oquivran::SqlDataObject> dischargeData;
-    std::unique_ptr<oquivran::SqlDataObject> hostData;
+    std::unique_ptr<oquivran::DataObject> dischargeData;
+    std::unique_ptr<oquivran::DataObject> hostData;
 
     static void run(const QSqlDatabase& db, const QString& sql, const QVariantList& values = {})
     {
@@ -162,6 +165,6 @@ public:
     }
 
 private:
-    TempDatabase m_discharge;
-    TempDatabase m_host;
+    FixtureDatabase m_discharge;
+    FixtureDatabase m_host;
 };
