@@ -71,13 +71,27 @@ QString ExportOperation::itemSubItems(int item) const
     return list.join(u'|');
 }
 
+namespace {
+
+// What orders a sub-item's lines as they were written: SQLite's rowid; a server has none, so
+// there the stock line's key.
+QString insertionOrder(const QSqlDatabase& database)
+{
+    return database.driverName() == u"QPSQL" ? QStringLiteral("ARTDCL, ARTNRO, ARTITM, ARTSBT")
+                                             : QStringLiteral("rowid");
+}
+
+} // namespace
+
 QList<DischargeLine> ExportOperation::dischargeLines(int idsub) const
 {
     QList<DischargeLine> lines;
     QSqlQuery query(m_discharge);
-    query.prepare(QStringLiteral(
-        "select EXTSBT, ARTDCL, ARTNRO, ARTITM, ARTSBT, DIPCAN, RALCAN, ARTPRE, DIPCTC, EXTITM "
-        "from DIP where EXTINT = ? and (? = 0 or EXTSBT = ?) order by EXTSBT, rowid"));
+    query.prepare(
+        QStringLiteral(
+            "select EXTSBT, ARTDCL, ARTNRO, ARTITM, ARTSBT, DIPCAN, RALCAN, ARTPRE, DIPCTC, "
+            "EXTITM from DIP where EXTINT = ? and (? = 0 or EXTSBT = ?) order by EXTSBT, ") +
+        insertionOrder(m_discharge));
     query.addBindValue(m_interno);
     query.addBindValue(idsub);
     query.addBindValue(idsub);

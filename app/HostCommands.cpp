@@ -132,8 +132,13 @@ void HostCommands::addCommonOptions()
 {
     m_parser.addOptions({
         {{"h", "help"}, "Muestra esta ayuda."},
-        {"discharge-db", "Base de descargas (DIP, INS, INTINS, PRD, RIP).", "archivo"},
-        {"host-db", "Base del anfitrión (item, groupsubitems, facturas).", "archivo"},
+        {"discharge-db", "Base de descargas (DIP, INS, INTINS, PRD, RIP): un archivo o "
+                         "postgresql://usuario@servidor/base.", "base"},
+        {"host-db", "Base del anfitrión (item, groupsubitems, facturas): un archivo o "
+                    "postgresql://usuario@servidor/base.", "base"},
+        {"database", "Las dos bases en un servidor PostgreSQL: postgresql://usuario@servidor"
+                     "[:puerto]/base (?host=/carpeta para un socket); por omisión "
+                     "$OQUIVRAN_DATABASE.", "uri"},
         {"operation",
          "Operación de exportación (INTERNO); por omisión " + SampleData::operation() + ".",
          "interno", SampleData::operation()},
@@ -254,12 +259,13 @@ QString HostCommands::help() const
 
 int HostCommands::openDatabases()
 {
-    const bool explicitPaths = m_parser.isSet("discharge-db") || m_parser.isSet("host-db");
-    const QString dischargePath = m_parser.isSet("discharge-db")
-                                      ? m_parser.value("discharge-db")
-                                      : HostDatabases::defaultDischargePath();
+    bool explicitDischarge = false;
+    bool explicitHost = false;
+    const QString dischargePath = HostDatabases::location(
+        m_parser, HostDatabases::Which::Discharge, &explicitDischarge);
     const QString hostPath =
-        m_parser.isSet("host-db") ? m_parser.value("host-db") : HostDatabases::defaultHostPath();
+        HostDatabases::location(m_parser, HostDatabases::Which::Host, &explicitHost);
+    const bool explicitPaths = explicitDischarge || explicitHost;
     m_databases = std::make_unique<HostDatabases>();
     const HostDatabases::Status status = m_databases->open(
         dischargePath, hostPath,
@@ -322,22 +328,22 @@ QList<int> HostCommands::selectedSubItems(int& exitCode) const
 
 int HostCommands::init()
 {
-    const QString dischargePath = m_parser.isSet("discharge-db")
-                                      ? m_parser.value("discharge-db")
-                                      : HostDatabases::defaultDischargePath();
-    const QString hostPath =
-        m_parser.isSet("host-db") ? m_parser.value("host-db") : HostDatabases::defaultHostPath();
-    const bool exists = QFileInfo::exists(dischargePath) || QFileInfo::exists(hostPath);
+    const QString dischargePath =
+        HostDatabases::location(m_parser, HostDatabases::Which::Discharge);
+    const QString hostPath = HostDatabases::location(m_parser, HostDatabases::Which::Host);
+    const bool exists = HostDatabases::exists(dischargePath, HostDatabases::Which::Discharge) ||
+                        HostDatabases::exists(hostPath, HostDatabases::Which::Host);
     if (exists && !m_parser.isSet("force")) {
         err() << "Las bases ya existen (use --force para reemplazarlas): " << dischargePath << ", "
               << hostPath << '\n';
         return UsageError;
     }
-    for (const QString& path : {dischargePath, hostPath}) {
-        for (const QString& suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")})
-            QFile::remove(path + suffix);
-    }
     HostDatabases databases;
+    if (!databases.remove(dischargePath, HostDatabases::Which::Discharge) ||
+        !databases.remove(hostPath, HostDatabases::Which::Host)) {
+        err() << databases.errorText() << '\n';
+        return DatabaseMissing;
+    }
     if (databases.open(dischargePath, hostPath, HostDatabases::Missing::CreateSample) !=
         HostDatabases::Status::Created) {
         err() << databases.errorText() << '\n';

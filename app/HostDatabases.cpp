@@ -4,6 +4,8 @@
 #include "HostSettings.h"
 #include "SampleData.h"
 
+#include <oquivran/PgDataObject.h>
+#include <oquivran/SqlDataObject.h>
 #include <oquivran/clQUIVRAN.h>
 
 #include <QCoreApplication>
@@ -12,6 +14,8 @@
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QStandardPaths>
+#include <QUrl>
+#include <QUrlQuery>
 
 namespace {
 
@@ -23,7 +27,110 @@ const QString groupsTable = QStringLiteral(
     "CREATE TABLE IF NOT EXISTS grupos (interno TEXT NOT NULL, idroot INTEGER NOT NULL, "
     "idsub INTEGER NOT NULL, PRIMARY KEY (interno, idsub))");
 
+// The tables of each database, for removing them from a server.
+const QStringList dischargeTables = {QStringLiteral("DIP"), QStringLiteral("INS"),
+                                     QStringLiteral("INTINS"), QStringLiteral("PRD"),
+                                     QStringLiteral("RIP")};
+const QStringList hostTables = {QStringLiteral("item"), QStringLiteral("groupsubitems"),
+                                QStringLiteral("facturas"), QStringLiteral("grupos")};
+
+// A QPSQL connection to the database a URI names.
+QSqlDatabase serverConnection(const QString& name, const QString& location)
+{
+    const QUrl url(location);
+    QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), name);
+    const QString socketFolder = QUrlQuery(url).queryItemValue(QStringLiteral("host"),
+                                                                QUrl::FullyDecoded);
+    database.setHostName(socketFolder.isEmpty() ? url.host() : socketFolder);
+    const int port = url.port() > 0
+                         ? url.port()
+                         : QUrlQuery(url).queryItemValue(QStringLiteral("port")).toInt();
+    if (port > 0)
+        database.setPort(port);
+    database.setUserName(url.userName());
+    database.setPassword(url.password());
+    database.setDatabaseName(url.path().mid(1));
+    // The server's notices ("already exists, skipping") are not for the operator.
+    database.setConnectOptions(QStringLiteral("options='-c client_min_messages=warning'"));
+    return database;
+}
+
 } // namespace
+
+QString HostDatabases::location(const QCommandLineParser& parser, Which which,
+                                bool* explicitly)
+{
+    const QString option =
+        which == Which::Discharge ? QStringLiteral("discharge-db") : QStringLiteral("host-db");
+    QString value;
+    if (parser.isSet(option))
+        value = parser.value(option);
+    else if (parser.optionNames().contains(QStringLiteral("database")) &&
+             parser.isSet(QStringLiteral("database")))
+        value = parser.value(QStringLiteral("database"));
+    else
+        value = qEnvironmentVariable("OQUIVRAN_DATABASE");
+    if (explicitly)
+        *explicitly = !value.isEmpty();
+    if (!value.isEmpty())
+        return value;
+    return which == Which::Discharge ? defaultDischargePath() : defaultHostPath();
+}
+
+bool HostDatabases::isServer(const QString& location)
+{
+    return location.startsWith(QStringLiteral("postgresql://")) ||
+           location.startsWith(QStringLiteral("postgres://"));
+}
+
+bool HostDatabases::exists(const QString& location, Which which)
+{
+    if (!isServer(location))
+        return QFileInfo::exists(location);
+    const QString name = QStringLiteral("host-exists");
+    bool found = false;
+    {
+        QSqlDatabase database = serverConnection(name, location);
+        if (database.open()) {
+            QSqlQuery query(database);
+            found = query.exec(which == Which::Discharge
+                                   ? QStringLiteral("select to_regclass('dip') is not null")
+                                   : QStringLiteral("select to_regclass('item') is not null")) &&
+                    query.next() && query.value(0).toBool();
+        }
+    }
+    QSqlDatabase::removeDatabase(name);
+    return found;
+}
+
+bool HostDatabases::remove(const QString& location, Which which)
+{
+    if (!isServer(location)) {
+        for (const QString& suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")})
+            QFile::remove(location + suffix);
+        return true;
+    }
+    const QString name = QStringLiteral("host-remove");
+    bool removed = true;
+    {
+        QSqlDatabase database = serverConnection(name, location);
+        if (!database.open()) {
+            m_errorText = QStringLiteral("No se pudo abrir %1: %2")
+                              .arg(location, database.lastError().text());
+            removed = false;
+        }
+        for (const QString& table : which == Which::Discharge ? dischargeTables : hostTables) {
+            QSqlQuery query(database);
+            if (removed && !query.exec(u"drop table if exists " + table + u" cascade")) {
+                m_errorText = QStringLiteral("No se pudo borrar %1 de %2: %3")
+                                  .arg(table, location, query.lastError().text());
+                removed = false;
+            }
+        }
+    }
+    QSqlDatabase::removeDatabase(name);
+    return removed;
+}
 
 HostDatabases::~HostDatabases()
 {
@@ -65,8 +172,8 @@ HostDatabases::Status HostDatabases::open(const QString& dischargePath, const QS
 {
     m_dischargePath = dischargePath;
     m_hostPath = hostPath;
-    const bool dischargeExists = QFileInfo::exists(dischargePath);
-    const bool hostExists = QFileInfo::exists(hostPath);
+    const bool dischargeExists = exists(dischargePath, Which::Discharge);
+    const bool hostExists = exists(hostPath, Which::Host);
     const bool create = !dischargeExists && !hostExists && missing == Missing::CreateSample;
     if (!create && (!dischargeExists || !hostExists)) {
         m_errorText = QStringLiteral("No existe la base de datos %1")
@@ -75,7 +182,7 @@ HostDatabases::Status HostDatabases::open(const QString& dischargePath, const QS
     }
     if (create) {
         for (const QString& path : {dischargePath, hostPath}) {
-            if (!QDir().mkpath(QFileInfo(path).absolutePath())) {
+            if (!isServer(path) && !QDir().mkpath(QFileInfo(path).absolutePath())) {
                 m_errorText = QStringLiteral("No se pudo crear la carpeta de %1").arg(path);
                 return Status::Failed;
             }
@@ -85,15 +192,29 @@ HostDatabases::Status HostDatabases::open(const QString& dischargePath, const QS
         !openConnection(m_host, hostConnection, hostPath))
         return Status::Failed;
     if (create) {
-        if (!runScript(m_discharge, QString::fromUtf8(host_schema::discharge)) ||
-            !runScript(m_host, QString::fromUtf8(host_schema::host)))
+        const bool dischargeOnServer = isServer(dischargePath);
+        const bool hostOnServer = isServer(hostPath);
+        if ((dischargeOnServer &&
+             !runScript(m_discharge, QString::fromUtf8(host_schema::postgresqlFunctions))) ||
+            !runScript(m_discharge, QString::fromUtf8(dischargeOnServer
+                                                          ? host_schema::postgresqlDischarge
+                                                          : host_schema::discharge)) ||
+            (hostOnServer &&
+             !runScript(m_host, QString::fromUtf8(host_schema::postgresqlFunctions))) ||
+            !runScript(m_host, QString::fromUtf8(hostOnServer ? host_schema::postgresqlHost
+                                                              : host_schema::host)))
             return Status::Failed;
     }
     // The host's own table; older sample files may lack it.
     if (!runScript(m_host, groupsTable))
         return Status::Failed;
-    m_dischargeData = std::make_unique<oquivran::SqlDataObject>(m_discharge);
-    m_hostData = std::make_unique<oquivran::SqlDataObject>(m_host);
+    const auto dataObject = [](const QSqlDatabase& database) -> std::unique_ptr<oquivran::DataObject> {
+        if (database.driverName() == u"QPSQL")
+            return std::make_unique<oquivran::PgDataObject>(database);
+        return std::make_unique<oquivran::SqlDataObject>(database);
+    };
+    m_dischargeData = dataObject(m_discharge);
+    m_hostData = dataObject(m_host);
     if (create) {
         QString error;
         if (!SampleData::seed(m_discharge, m_host, HostSettings::today(), error)) {
@@ -111,13 +232,18 @@ void HostDatabases::bind(oquivran::clQUIVRAN& component)
     component.VincularDatosMorvik(m_hostData.get());
 }
 
-bool HostDatabases::openConnection(QSqlDatabase& database, const QString& name, const QString& path)
+bool HostDatabases::openConnection(QSqlDatabase& database, const QString& name,
+                                   const QString& location)
 {
-    database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
-    database.setDatabaseName(path);
+    if (isServer(location)) {
+        database = serverConnection(name, location);
+    } else {
+        database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+        database.setDatabaseName(location);
+    }
     if (!database.open()) {
         m_errorText =
-            QStringLiteral("No se pudo abrir %1: %2").arg(path, database.lastError().text());
+            QStringLiteral("No se pudo abrir %1: %2").arg(location, database.lastError().text());
         return false;
     }
     return true;

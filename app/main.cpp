@@ -22,8 +22,9 @@ int runWindow(QApplication& app)
     QCommandLineParser parser;
     parser.addOptions({
         {{"h", "help"}, "Muestra la ayuda."},
-        {"discharge-db", "Base de descargas.", "archivo"},
-        {"host-db", "Base del anfitrión.", "archivo"},
+        {"discharge-db", "Base de descargas: un archivo o postgresql://...", "base"},
+        {"host-db", "Base del anfitrión: un archivo o postgresql://...", "base"},
+        {"database", "Las dos bases en un servidor PostgreSQL (postgresql://...).", "uri"},
         {"operation", "Operación que se muestra primero.", "interno"},
     });
     QTextStream err(stderr);
@@ -35,13 +36,17 @@ int runWindow(QApplication& app)
         QTextStream(stdout) << HostCommands::overview();
         return HostCommands::Success;
     }
-    const bool explicitPaths = parser.isSet("discharge-db") || parser.isSet("host-db");
+    bool explicitDischarge = false;
+    bool explicitHost = false;
+    const QString dischargePath = HostDatabases::location(
+        parser, HostDatabases::Which::Discharge, &explicitDischarge);
+    const QString hostPath =
+        HostDatabases::location(parser, HostDatabases::Which::Host, &explicitHost);
     HostDatabases databases;
-    const HostDatabases::Status status = databases.open(
-        parser.isSet("discharge-db") ? parser.value("discharge-db")
-                                     : HostDatabases::defaultDischargePath(),
-        parser.isSet("host-db") ? parser.value("host-db") : HostDatabases::defaultHostPath(),
-        explicitPaths ? HostDatabases::Missing::Fail : HostDatabases::Missing::CreateSample);
+    const HostDatabases::Status status =
+        databases.open(dischargePath, hostPath,
+                       explicitDischarge || explicitHost ? HostDatabases::Missing::Fail
+                                                         : HostDatabases::Missing::CreateSample);
     if (status == HostDatabases::Status::NotFound || status == HostDatabases::Status::Failed) {
         err << databases.errorText() << '\n';
         return HostCommands::DatabaseMissing;
