@@ -45,11 +45,15 @@ struct Opened
 // Closed before main returns, while the module state and Qt's drivers still exist.
 std::map<int, Opened> sessions;
 
+// The session of a number of stock lines; a negative number is the same database on the
+// PostgreSQL server.
 Opened& opened(int lines)
 {
     Opened& entry = sessions[lines];
     if (!entry.session) {
-        entry.session = std::make_unique<BenchSession>(lines, dataFolder());
+        entry.session = std::make_unique<BenchSession>(
+            qAbs(lines), dataFolder(),
+            lines < 0 ? BenchSession::Server::PostgreSQL : BenchSession::Server::SQLite);
         entry.floor = std::make_unique<FloorWork>(entry.session->floorDischarge(),
                                                   entry.session->floorHost());
     }
@@ -346,6 +350,34 @@ void registerAll()
           {2, 1000}}},
         {"Obtener_Insumos", BM_Obtener_Insumos, BM_Obtener_Insumos_floor, {{}}},
     };
+    // The cases measured on PostgreSQL too, beside floors on libpq, when a server is named
+    // ($OQUIVRAN_BENCH_POSTGRESQL): opening and F11 of 100 inputs and the sworn declaration of
+    // 1,000 sub-items, with the stock lines listed in OQUIVRAN_BENCH_PG_LINES.
+    if (!qEnvironmentVariableIsEmpty("OQUIVRAN_BENCH_POSTGRESQL")) {
+        const QString listed = qEnvironmentVariable("OQUIVRAN_BENCH_PG_LINES");
+        for (const auto& group : groups) {
+            QList<QList<int>> args;
+            if (qstrcmp(group.name, "Open") == 0 || qstrcmp(group.name, "F11") == 0)
+                args = {{100}};
+            else if (qstrcmp(group.name, "Report") == 0)
+                args = {{0, 1000}};
+            for (const QList<int>& a : args) {
+                for (const QString& part :
+                     (listed.isEmpty() ? QStringLiteral("100000,1000000") : listed).split(u',')) {
+                    for (const bool floor : {false, true}) {
+                        const std::string name =
+                            std::string("PG_") + group.name + (floor ? "_floor" : "");
+                        auto* b = benchmark::RegisterBenchmark(
+                            name.c_str(), floor ? group.floor : group.component);
+                        std::vector<int64_t> all = {-part.trimmed().toInt()};
+                        for (const int value : a)
+                            all.push_back(value);
+                        b->Args(all)->Unit(benchmark::kMillisecond);
+                    }
+                }
+            }
+        }
+    }
     // The sizes of one case run one after the other, so its growth compares figures taken
     // minutes apart at most.
     for (const auto& group : groups) {

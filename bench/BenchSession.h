@@ -1,8 +1,9 @@
 #pragma once
 
 #include "BenchDatabase.h"
+#include "FloorStatement.h"
 
-#include <oquivran/SqlDataObject.h>
+#include <oquivran/DataObject.h>
 
 #include <QString>
 
@@ -13,11 +14,16 @@ struct sqlite3;
 // One benchmark database opened twice: through the component (SqlDataObjects on QSQLITE
 // connections, bound into the module state) and as plain SQLite connections for the floors.
 // The discharge database is a working copy of the cached file, so the cache stays untouched.
+// On PostgreSQL (the server $OQUIVRAN_BENCH_POSTGRESQL names, "host=... port=... user=..."),
+// the cached files are loaded once into a database of the server, which then holds both
+// databases' tables; the component runs on PgDataObjects, the floors on libpq.
 class BenchSession
 {
 public:
+    enum class Server { SQLite, PostgreSQL };
+
     // Opens (generating when needed) the databases of `lines` stock lines under folder.
-    BenchSession(int lines, const QString& folder);
+    BenchSession(int lines, const QString& folder, Server server = Server::SQLite);
     ~BenchSession();
     BenchSession(const BenchSession&) = delete;
     BenchSession& operator=(const BenchSession&) = delete;
@@ -30,19 +36,23 @@ public:
                            double quantity);
 
     int lines() const { return m_database.lines(); }
-    // The plain SQLite connections of the floors (with the component's SQL functions).
-    sqlite3* floorDischarge() const { return m_floorDischarge; }
-    sqlite3* floorHost() const { return m_floorHost; }
+    // The plain connections of the floors (on SQLite with the component's SQL functions).
+    FloorConnection floorDischarge() const;
+    FloorConnection floorHost() const;
     // Runs a statement on the floor's discharge connection (setup and undo work).
     void floorExec(const QString& sql) const;
 
 private:
+    void openOnServer();
+
     BenchDatabase m_database;
+    Server m_server;
+    pg_conn* m_floorServer = nullptr;
     QString m_workPath;
     QString m_dischargeName;
     QString m_hostName;
-    std::unique_ptr<oquivran::SqlDataObject> m_dischargeData;
-    std::unique_ptr<oquivran::SqlDataObject> m_hostData;
+    std::unique_ptr<oquivran::DataObject> m_dischargeData;
+    std::unique_ptr<oquivran::DataObject> m_hostData;
     sqlite3* m_floorDischarge = nullptr;
     sqlite3* m_floorHost = nullptr;
 };

@@ -8,6 +8,17 @@
 
 struct sqlite3;
 struct sqlite3_stmt;
+struct pg_conn;
+struct pg_result;
+
+// The plain connection a floor runs on: SQLite's C interface or libpq.
+struct FloorConnection
+{
+    FloorConnection(sqlite3* db) : sqlite(db) {}
+    FloorConnection(pg_conn* connection) : server(connection) {}
+    sqlite3* sqlite = nullptr;
+    pg_conn* server = nullptr;
+};
 
 // The floor of a benchmark: one statement of the component, as SQLite runs it, prepared once
 // on a plain SQLite connection with its values as parameters. It is built from the text the
@@ -19,7 +30,10 @@ class FloorStatement
 public:
     // markers: texts of the built statement that stand for values, as they appear in it
     // (quoted markers with their quotes); each occurrence becomes a parameter.
-    FloorStatement(sqlite3* db, const QString& builtSql, const QStringList& markers);
+    // On PostgreSQL, the component's translation for PostgreSQL is prepared once on a plain
+    // libpq connection and run with its values as parameters.
+    FloorStatement(const FloorConnection& connection, const QString& builtSql,
+                   const QStringList& markers);
     ~FloorStatement();
     FloorStatement(const FloorStatement&) = delete;
     FloorStatement& operator=(const FloorStatement&) = delete;
@@ -39,11 +53,21 @@ public:
     QString sql() const { return m_sql; }
 
 private:
+    // The text with a "?" for each marker.
+    QString parameterized(const QString& builtSql, const QStringList& markers);
+    void prepareOnSqlite(const QString& builtSql, const QStringList& markers);
+    void prepareOnServer(const QString& builtSql, const QStringList& markers);
     void bindAll();
     void readRow() const;
+    bool stepOnServer();
 
-    sqlite3* m_db;
+    sqlite3* m_db = nullptr;
     sqlite3_stmt* m_statement = nullptr;
+    pg_conn* m_connection = nullptr;
+    QByteArray m_name;
+    std::vector<int> m_conversions; // StatementRewriter::Conversion of each parameter
+    pg_result* m_result = nullptr;
+    int m_row = -1;
     QString m_sql;
     std::vector<int> m_parameterMarkers;
     std::vector<QVariant> m_values;

@@ -97,7 +97,7 @@ const QStringList insertMarkers = {quoted(interno),           number(subItemMark
 
 } // namespace
 
-FloorWork::FloorWork(sqlite3* discharge, sqlite3* host)
+FloorWork::FloorWork(const FloorConnection& discharge, const FloorConnection& host)
     : m_discharge(discharge), m_host(host),
       m_multiplier(discharge, DischargeStatements::productMultiplier(catalog, product),
                    {quoted(catalog), quoted(product)}),

@@ -16,13 +16,13 @@ namespace oquivran {
 class ReportKind;
 }
 
-// What each benchmarked operation asks of SQLite, done with FloorStatements: the same
+// What each benchmarked operation asks of the database, done with FloorStatements: the same
 // statements the component sends, in the same order and number, reading the same rows, but
-// prepared once and run with bound values.
+// prepared once and run with bound values, through SQLite's C interface or libpq.
 class FloorWork
 {
 public:
-    FloorWork(sqlite3* discharge, sqlite3* host);
+    FloorWork(const FloorConnection& discharge, const FloorConnection& host);
 
     // Relation lookup and FIFO allocation of a product: the multiplier, the relations, and the
     // stock of each input until its requirement is covered. Returns the lines proposed.
@@ -47,8 +47,8 @@ private:
     void setSubItem(FloorStatement& statement, const QString& interno, qint16 subItem,
                     const QString& product);
 
-    sqlite3* m_discharge;
-    sqlite3* m_host;
+    FloorConnection m_discharge;
+    FloorConnection m_host;
     FloorStatement m_multiplier;
     FloorStatement m_relations;
     FloorStatement m_stock;

@@ -35,7 +35,8 @@ def spread(name):
 def label(name):
     parts = name.split("/")
     base = parts[0]
-    lines = int(parts[1])
+    # The cases on PostgreSQL (PG_*) carry their number of stock lines negated.
+    lines = abs(int(parts[1]))
     args = parts[2:]
     size = {10000: "10k", 100000: "100k", 1000000: "1M"}.get(lines, str(lines))
     kinds = {"0": "declaration", "1": "control listing", "2": "comparative listing"}

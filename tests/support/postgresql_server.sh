@@ -3,6 +3,8 @@
 #   postgresql_server.sh start STATE   initdb into a new folder under /tmp, start the server on a
 #                                      Unix socket there (no TCP), create the database
 #                                      oquivran_test and write its connection to STATE/connection
+#   postgresql_server.sh restart STATE restart that server (pg_ctl restart -m fast): open
+#                                      connections are ended, new ones work once it is back
 #   postgresql_server.sh stop STATE    stop that server and delete its folder
 # The server refuses to run as root: as root it runs as the user postgres (created by Debian's
 # server package), on a folder that user owns. Durability is off: the data is thrown away.
@@ -11,7 +13,7 @@ set -euo pipefail
 action=${1:-}
 state=${2:-}
 if [[ -z "$action" || -z "$state" ]]; then
-    echo "usage: $0 start|stop STATE_FOLDER" >&2
+    echo "usage: $0 start|restart|stop STATE_FOLDER" >&2
     exit 1
 fi
 
@@ -47,6 +49,11 @@ case "$action" in
 stop)
     stop
     ;;
+restart)
+    folder=$(cat "$state/folder")
+    as_server "$bindir/pg_ctl" -D "$folder/data" -l "$folder/server.log" -m fast -w -t 60 restart \
+        >/dev/null
+    ;;
 start)
     # A server left by an interrupted run goes first.
     stop
@@ -79,7 +86,7 @@ start)
     echo "postgresql_server: started in $folder (socket port $port)"
     ;;
 *)
-    echo "usage: $0 start|stop STATE_FOLDER" >&2
+    echo "usage: $0 start|restart|stop STATE_FOLDER" >&2
     exit 1
     ;;
 esac
