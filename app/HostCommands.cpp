@@ -132,13 +132,19 @@ void HostCommands::addCommonOptions()
 {
     m_parser.addOptions({
         {{"h", "help"}, "Muestra esta ayuda."},
-        {"discharge-db", "Base de descargas (DIP, INS, INTINS, PRD, RIP): un archivo o "
-                         "postgresql://usuario@servidor/base.", "base"},
-        {"host-db", "Base del anfitrión (item, groupsubitems, facturas): un archivo o "
-                    "postgresql://usuario@servidor/base.", "base"},
-        {"database", "Las dos bases en un servidor PostgreSQL: postgresql://usuario@servidor"
-                     "[:puerto]/base (?host=/carpeta para un socket); por omisión "
-                     "$OQUIVRAN_DATABASE.", "uri"},
+        {"discharge-db",
+         "Base de descargas (DIP, INS, INTINS, PRD, RIP): un archivo o "
+         "postgresql://usuario@servidor/base.",
+         "base"},
+        {"host-db",
+         "Base del anfitrión (item, groupsubitems, facturas): un archivo o "
+         "postgresql://usuario@servidor/base.",
+         "base"},
+        {"database",
+         "Las dos bases en un servidor PostgreSQL: postgresql://usuario@servidor"
+         "[:puerto]/base (?host=/carpeta para un socket); por omisión "
+         "$OQUIVRAN_DATABASE.",
+         "uri"},
         {"operation",
          "Operación de exportación (INTERNO); por omisión " + SampleData::operation() + ".",
          "interno", SampleData::operation()},
@@ -261,8 +267,8 @@ int HostCommands::openDatabases()
 {
     bool explicitDischarge = false;
     bool explicitHost = false;
-    const QString dischargePath = HostDatabases::location(
-        m_parser, HostDatabases::Which::Discharge, &explicitDischarge);
+    const QString dischargePath =
+        HostDatabases::location(m_parser, HostDatabases::Which::Discharge, &explicitDischarge);
     const QString hostPath =
         HostDatabases::location(m_parser, HostDatabases::Which::Host, &explicitHost);
     const bool explicitPaths = explicitDischarge || explicitHost;

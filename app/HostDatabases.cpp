@@ -39,12 +39,11 @@ QSqlDatabase serverConnection(const QString& name, const QString& location)
 {
     const QUrl url(location);
     QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), name);
-    const QString socketFolder = QUrlQuery(url).queryItemValue(QStringLiteral("host"),
-                                                                QUrl::FullyDecoded);
+    const QString socketFolder =
+        QUrlQuery(url).queryItemValue(QStringLiteral("host"), QUrl::FullyDecoded);
     database.setHostName(socketFolder.isEmpty() ? url.host() : socketFolder);
-    const int port = url.port() > 0
-                         ? url.port()
-                         : QUrlQuery(url).queryItemValue(QStringLiteral("port")).toInt();
+    const int port =
+        url.port() > 0 ? url.port() : QUrlQuery(url).queryItemValue(QStringLiteral("port")).toInt();
     if (port > 0)
         database.setPort(port);
     database.setUserName(url.userName());
@@ -57,8 +56,7 @@ QSqlDatabase serverConnection(const QString& name, const QString& location)
 
 } // namespace
 
-QString HostDatabases::location(const QCommandLineParser& parser, Which which,
-                                bool* explicitly)
+QString HostDatabases::location(const QCommandLineParser& parser, Which which, bool* explicitly)
 {
     const QString option =
         which == Which::Discharge ? QStringLiteral("discharge-db") : QStringLiteral("host-db");
@@ -196,9 +194,9 @@ HostDatabases::Status HostDatabases::open(const QString& dischargePath, const QS
         const bool hostOnServer = isServer(hostPath);
         if ((dischargeOnServer &&
              !runScript(m_discharge, QString::fromUtf8(host_schema::postgresqlFunctions))) ||
-            !runScript(m_discharge, QString::fromUtf8(dischargeOnServer
-                                                          ? host_schema::postgresqlDischarge
-                                                          : host_schema::discharge)) ||
+            !runScript(m_discharge,
+                       QString::fromUtf8(dischargeOnServer ? host_schema::postgresqlDischarge
+                                                           : host_schema::discharge)) ||
             (hostOnServer &&
              !runScript(m_host, QString::fromUtf8(host_schema::postgresqlFunctions))) ||
             !runScript(m_host, QString::fromUtf8(hostOnServer ? host_schema::postgresqlHost
@@ -208,7 +206,8 @@ HostDatabases::Status HostDatabases::open(const QString& dischargePath, const QS
     // The host's own table; older sample files may lack it.
     if (!runScript(m_host, groupsTable))
         return Status::Failed;
-    const auto dataObject = [](const QSqlDatabase& database) -> std::unique_ptr<oquivran::DataObject> {
+    const auto dataObject =
+        [](const QSqlDatabase& database) -> std::unique_ptr<oquivran::DataObject> {
         if (database.driverName() == u"QPSQL")
             return std::make_unique<oquivran::PgDataObject>(database);
         return std::make_unique<oquivran::SqlDataObject>(database);

@@ -38,8 +38,8 @@ int runWindow(QApplication& app)
     }
     bool explicitDischarge = false;
     bool explicitHost = false;
-    const QString dischargePath = HostDatabases::location(
-        parser, HostDatabases::Which::Discharge, &explicitDischarge);
+    const QString dischargePath =
+        HostDatabases::location(parser, HostDatabases::Which::Discharge, &explicitDischarge);
     const QString hostPath =
         HostDatabases::location(parser, HostDatabases::Which::Host, &explicitHost);
     HostDatabases databases;

@@ -51,9 +51,9 @@ Opened& opened(int lines)
 {
     Opened& entry = sessions[lines];
     if (!entry.session) {
-        entry.session = std::make_unique<BenchSession>(
-            qAbs(lines), dataFolder(),
-            lines < 0 ? BenchSession::Server::PostgreSQL : BenchSession::Server::SQLite);
+        entry.session = std::make_unique<BenchSession>(qAbs(lines), dataFolder(),
+                                                       lines < 0 ? BenchSession::Server::PostgreSQL
+                                                                 : BenchSession::Server::SQLite);
         entry.floor = std::make_unique<FloorWork>(entry.session->floorDischarge(),
                                                   entry.session->floorHost());
     }

@@ -209,7 +209,8 @@ void BenchSession::openOnServer()
     }
     m_dischargeData =
         std::make_unique<oquivran::PgDataObject>(QSqlDatabase::database(m_dischargeName, false));
-    m_hostData = std::make_unique<oquivran::PgDataObject>(QSqlDatabase::database(m_hostName, false));
+    m_hostData =
+        std::make_unique<oquivran::PgDataObject>(QSqlDatabase::database(m_hostName, false));
 }
 
 FloorConnection BenchSession::floorDischarge() const

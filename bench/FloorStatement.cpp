@@ -99,11 +99,11 @@ void FloorStatement::prepareOnServer(const QString& builtSql, const QStringList&
         const QByteArray t = table.toLower().toUtf8();
         const QByteArray c = column.toLower().toUtf8();
         const char* values[] = {t.constData(), c.constData()};
-        PGresult* result = PQexecParams(
-            connection,
-            "select format_type(atttypid, null) from pg_attribute where attrelid = "
-            "to_regclass($1) and attname = $2",
-            2, nullptr, values, nullptr, nullptr, 0);
+        PGresult* result =
+            PQexecParams(connection,
+                         "select format_type(atttypid, null) from pg_attribute where attrelid = "
+                         "to_regclass($1) and attname = $2",
+                         2, nullptr, values, nullptr, nullptr, 0);
         ColumnKind found = ColumnKind::Other;
         if (PQntuples(result) == 1) {
             const QByteArray type = PQgetvalue(result, 0, 0);
@@ -120,8 +120,8 @@ void FloorStatement::prepareOnServer(const QString& builtSql, const QStringList&
     m_sql = translation.text;
     for (const auto conversion : translation.parameters)
         m_conversions.push_back(int(conversion));
-    PGresult* result = PQprepare(connection, m_name.constData(), m_sql.toUtf8().constData(), 0,
-                                 nullptr);
+    PGresult* result =
+        PQprepare(connection, m_name.constData(), m_sql.toUtf8().constData(), 0, nullptr);
     const bool ok = PQresultStatus(result) == PGRES_COMMAND_OK;
     PQclear(result);
     if (!ok)
@@ -155,12 +155,14 @@ bool FloorStatement::stepOnServer()
                 text = value.toDate().toString(Qt::ISODate).toLatin1();
             } else if ((conversion == Conversion::Date || conversion == Conversion::DateText) &&
                        oquivran::DateText::holdsDate(value.toString())) {
-                text = oquivran::DateText::toDate(value.toString()).toString(Qt::ISODate).toLatin1();
+                text =
+                    oquivran::DateText::toDate(value.toString()).toString(Qt::ISODate).toLatin1();
             } else if ((conversion == Conversion::Number || conversion == Conversion::Real) &&
                        value.typeId() == QMetaType::QString) {
                 char buffer[64];
-                const auto written = std::to_chars(buffer, buffer + sizeof buffer,
-                                                   oquivran::NumberText::toNumber(value.toString()));
+                const auto written =
+                    std::to_chars(buffer, buffer + sizeof buffer,
+                                  oquivran::NumberText::toNumber(value.toString()));
                 text = QByteArray(buffer, written.ptr - buffer);
             } else {
                 text = value.toString().toUtf8();

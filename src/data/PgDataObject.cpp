@@ -153,8 +153,7 @@ QVariant fieldValue(const PGresult* result, int row, int column, ValueKind kind)
         return QVariant(int(text[0] == 't'));
     case ValueKind::Bytes: {
         size_t size = 0;
-        unsigned char* bytes =
-            PQunescapeBytea(reinterpret_cast<const unsigned char*>(text), &size);
+        unsigned char* bytes = PQunescapeBytea(reinterpret_cast<const unsigned char*>(text), &size);
         const QByteArray value(reinterpret_cast<const char*>(bytes), qsizetype(size));
         PQfreemem(bytes);
         return QVariant(value);
@@ -328,7 +327,8 @@ qint32 changedRecords(const PGresult* result)
     const char* status = PQcmdStatus(const_cast<PGresult*>(result));
     for (const char* command : {"INSERT", "UPDATE", "DELETE", "MERGE"}) {
         if (std::strncmp(status, command, std::strlen(command)) == 0) {
-            const qint64 changed = QByteArray(PQcmdTuples(const_cast<PGresult*>(result))).toLongLong();
+            const qint64 changed =
+                QByteArray(PQcmdTuples(const_cast<PGresult*>(result))).toLongLong();
             return qint32(qMin<qint64>(changed, std::numeric_limits<qint32>::max()));
         }
     }
@@ -354,7 +354,7 @@ struct PgDataObject::Private
     {
         Statement* statement = nullptr;
         QVariantList values;
-        QString text; // when no statement is kept: the text as sent
+        QString text;    // when no statement is kept: the text as sent
         QString written; // the text as the component wrote it
     };
 
@@ -424,7 +424,8 @@ struct PgDataObject::Private
                                PQtransactionStatus(current) == PQTRANS_IDLE;
         if (reachable) {
             for (const Statement& statement : std::as_const(statements))
-                PQclear(PQexec(current, QByteArray(QByteArray("DEALLOCATE ") + statement.name).constData()));
+                PQclear(PQexec(current,
+                               QByteArray(QByteArray("DEALLOCATE ") + statement.name).constData()));
         }
         statements.clear();
     }
@@ -548,8 +549,8 @@ struct PgDataObject::Private
         if (call.statement)
             return PQsendQueryPrepared(c, call.statement->name.constData(), parameters.count(),
                                        parameters.data(), nullptr, nullptr, 0) == 1;
-        return PQsendQueryParams(c, call.text.toUtf8().constData(), 0, nullptr, nullptr,
-                                 nullptr, nullptr, 0) == 1;
+        return PQsendQueryParams(c, call.text.toUtf8().constData(), 0, nullptr, nullptr, nullptr,
+                                 nullptr, 0) == 1;
     }
 
     // The description of a call's rows, kept with its statement.
@@ -585,7 +586,8 @@ struct PgDataObject::Private
 
     void forget(PGconn* c, const Call& call)
     {
-        PQclear(PQexec(c, QByteArray(QByteArray("DEALLOCATE ") + call.statement->name).constData()));
+        PQclear(
+            PQexec(c, QByteArray(QByteArray("DEALLOCATE ") + call.statement->name).constData()));
         for (auto it = statements.begin(); it != statements.end(); ++it) {
             if (&it.value() == call.statement) {
                 statements.erase(it);

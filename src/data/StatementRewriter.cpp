@@ -306,8 +306,9 @@ private:
     QString quotedText(qsizetype index) const
     {
         const QStringView text = textOf(index);
-        return text.mid(1, text.size() - 2).toString().replace(QStringLiteral("''"),
-                                                                QStringLiteral("'"));
+        return text.mid(1, text.size() - 2)
+            .toString()
+            .replace(QStringLiteral("''"), QStringLiteral("'"));
     }
 
     // cdbl(x) and datevalue(x) of a written value x, read here; format(value, pattern) as the
@@ -343,10 +344,9 @@ private:
                     const QString read =
                         number ? QString::number(NumberText::toNumber(value), 'g', 17)
                                : DateText::toDate(value).toString(QStringLiteral("yyyy-MM-dd"));
-                    m_edits.append({m_tokens.at(i).start,
-                                    m_tokens.at(close).end - m_tokens.at(i).start,
-                                    QStringLiteral("CAST('") + read + QStringLiteral("' AS ") +
-                                        type + u')'});
+                    m_edits.append(
+                        {m_tokens.at(i).start, m_tokens.at(close).end - m_tokens.at(i).start,
+                         QStringLiteral("CAST('") + read + QStringLiteral("' AS ") + type + u')'});
                 }
                 continue;
             }
@@ -367,8 +367,8 @@ private:
             return;
         for (auto it = m_parameterAt.cbegin(); it != m_parameterAt.cend(); ++it) {
             const Token& token = m_tokens.at(it.key());
-            m_edits.append({token.start, token.end - token.start,
-                            u'$' + QString::number(it.value() + 1)});
+            m_edits.append(
+                {token.start, token.end - token.start, u'$' + QString::number(it.value() + 1)});
         }
     }
 

@@ -105,8 +105,8 @@ void tst_HostDatabases::initCreatesSchemaAndSample()
     QCOMPARE(result.exitCode, 0);
     result = host({QStringLiteral("init"), QStringLiteral("--database"), m_uri});
     QCOMPARE(result.exitCode, 1); // exists: refused without --force
-    result = host({QStringLiteral("init"), QStringLiteral("--force"), QStringLiteral("--database"),
-                   m_uri});
+    result = host(
+        {QStringLiteral("init"), QStringLiteral("--force"), QStringLiteral("--database"), m_uri});
     QCOMPARE(result.exitCode, 0);
     result = host({QStringLiteral("check-stock"), QStringLiteral("--database"), m_uri});
     QCOMPARE(result.exitCode, 0);
@@ -116,10 +116,9 @@ void tst_HostDatabases::initCreatesSchemaAndSample()
 // The same work on the server and on files gives the same totals, item inputs and reports.
 void tst_HostDatabases::sameResultsAsOnSqliteFiles()
 {
-    const QStringList files = {QStringLiteral("--discharge-db"),
-                               m_dir.filePath(QStringLiteral("d.sqlite")),
-                               QStringLiteral("--host-db"),
-                               m_dir.filePath(QStringLiteral("h.sqlite"))};
+    const QStringList files = {
+        QStringLiteral("--discharge-db"), m_dir.filePath(QStringLiteral("d.sqlite")),
+        QStringLiteral("--host-db"), m_dir.filePath(QStringLiteral("h.sqlite"))};
     const QStringList server = {QStringLiteral("--database"), m_uri};
     QCOMPARE(host(QStringList{QStringLiteral("init"), QStringLiteral("--force")} + server).exitCode,
              0);
@@ -147,12 +146,17 @@ void tst_HostDatabases::sameResultsAsOnSqliteFiles()
         }
     }
     // The declaration first: it records the export data the other two then read.
-    for (const QString& report :
-         {QStringLiteral("declaracion"), QStringLiteral("control"), QStringLiteral("comparativo")}) {
-        QStringList print = {QStringLiteral("print"), QStringLiteral("--report"), report,
-                             QStringLiteral("--method"), QStringLiteral("text"),
-                             QStringLiteral("--aat"), QStringLiteral("25/001/EC01/000123/K"),
-                             QStringLiteral("--date"), QStringLiteral("2025-03-05"),
+    for (const QString& report : {QStringLiteral("declaracion"), QStringLiteral("control"),
+                                  QStringLiteral("comparativo")}) {
+        QStringList print = {QStringLiteral("print"),
+                             QStringLiteral("--report"),
+                             report,
+                             QStringLiteral("--method"),
+                             QStringLiteral("text"),
+                             QStringLiteral("--aat"),
+                             QStringLiteral("25/001/EC01/000123/K"),
+                             QStringLiteral("--date"),
+                             QStringLiteral("2025-03-05"),
                              QStringLiteral("--out")};
         const QString onServer = m_dir.filePath(report + QStringLiteral("-server.txt"));
         const QString onFiles = m_dir.filePath(report + QStringLiteral("-files.txt"));

@@ -176,11 +176,12 @@ private Q_SLOTS:
     {
         QTest::addColumn<double>("value");
         QTest::addColumn<QString>("pattern");
-        const QStringList patterns = {QStringLiteral("00.0000"), QStringLiteral("00.000000"),
+        const QStringList patterns = {QStringLiteral("00.0000"),     QStringLiteral("00.000000"),
                                       QStringLiteral("00.00000000"), QStringLiteral("00.00"),
-                                      QStringLiteral("0000"), QStringLiteral("0.0000000")};
-        const QList<double> edges = {12.34565, 2.675, 1.005, -0.00001, -3.25, 0.0, 1e20,
-                                     99999.99995, 0.1 + 0.2, 123456789.123456789, -2.5e-9};
+                                      QStringLiteral("0000"),        QStringLiteral("0.0000000")};
+        const QList<double> edges = {12.34565, 2.675, 1.005,       -0.00001,  -3.25,
+                                     0.0,      1e20,  99999.99995, 0.1 + 0.2, 123456789.123456789,
+                                     -2.5e-9};
         int n = 0;
         for (const double value : edges) {
             for (const QString& pattern : patterns)
@@ -338,8 +339,7 @@ private Q_SLOTS:
     {
         PgDataObject dao(db());
         run(dao, QStringLiteral("insert into DIP (EXTINT, EXTSBT) values ('A', 1)"));
-        const QStringList names =
-            rows(dao, QStringLiteral("select * from DIP")).fieldNames();
+        const QStringList names = rows(dao, QStringLiteral("select * from DIP")).fieldNames();
         QCOMPARE(names.first(), QStringLiteral("EXTINT"));
         QVERIFY(names.contains(QStringLiteral("idroot")));
         QVERIFY(names.contains(QStringLiteral("DIPCAN")));
@@ -488,9 +488,9 @@ private Q_SLOTS:
                                    QString::number(i))
                          .recordCount(),
                      i == 1 ? 1 : 0);
-        Recordset statements = rows(
-            dao, QStringLiteral("select statement from pg_prepared_statements where name like "
-                                "'oquivran%' and statement like 'select PRDNRO%'"));
+        Recordset statements =
+            rows(dao, QStringLiteral("select statement from pg_prepared_statements where name like "
+                                     "'oquivran%' and statement like 'select PRDNRO%'"));
         QCOMPARE(statements.recordCount(), 1);
         QCOMPARE(statements.value(QStringLiteral("statement")).toString(),
                  QStringLiteral("select PRDNRO from PRD where CATNRO = $1 and PRDMUL = $2"));
@@ -688,13 +688,15 @@ private Q_SLOTS:
         // A unit in which a statement failed is undone by commit, which says so.
         dao.transaction();
         run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P3')"));
-        QVERIFY(errorOf([&] { run(dao, QStringLiteral("insert into PRD (CATNRO) values ('C')")); })
-                    .number != 0);
+        QVERIFY(errorOf([&] {
+                    run(dao, QStringLiteral("insert into PRD (CATNRO) values ('C')"));
+                }).number != 0);
         const RuntimeError error = errorOf([&] { dao.commit(); });
         QCOMPARE(error.number, qint32(oquivran::DatabaseError));
         QVERIFY(!error.description.isEmpty());
         QCOMPARE(count(QStringLiteral("PRD")), 1);
-        QCOMPARE(run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P4')")), 1);
+        QCOMPARE(run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P4')")),
+                 1);
     }
 
     // Two units that read a stock line's discharges and write its availability at the same
@@ -763,7 +765,8 @@ private Q_SLOTS:
         QVERIFY(errorOf([&] { dao.commit(); }).number != 0);
         dao.rollback();
         QCOMPARE(count(QStringLiteral("PRD")), 0);
-        QCOMPARE(run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P4')")), 1);
+        QCOMPARE(run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P4')")),
+                 1);
         QCOMPARE(count(QStringLiteral("PRD")), 1);
     }
 };
