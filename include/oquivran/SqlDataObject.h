@@ -19,6 +19,9 @@ class StatementCache;
 // - runs "select top N ..." as "... limit N";
 // - stores a number or date written as locale text into a column declared REAL, DOUBLE,
 //   FLOAT, NUMERIC or DATE as a number or an ISO date, and reads DATE columns back as QDate;
+// - reads the rows of a condition "key = v and (a = x or b = y)" by one index lookup per
+//   branch rather than through every row that matches the keys (the same rows, changes and
+//   order; rows the text does not order come in the table's order);
 // - runs exactly one statement per call;
 // - sets WAL, synchronous=NORMAL, a busy timeout and a page cache of up to 64 MB on the
 //   connection;

@@ -3,6 +3,7 @@
 #include <oquivran/Recordset.h>
 #include <oquivran/RuntimeError.h>
 
+#include "DisjunctionPlanner.h"
 #include "LiteralParameters.h"
 #include "SqliteFunctions.h"
 #include "StatementCache.h"
@@ -173,10 +174,23 @@ int prepareNext(sqlite3* connection, const char*& begin, const char* end, Statem
 // Prepares the text, which must hold exactly one statement, as SQLite runs it.
 void prepare(sqlite3* connection, const QString& sql, Statement& statement)
 {
-    const QByteArray text =
+    const QString rewritten =
         StatementRewriter::rewrite(sql, [connection](const QString& table, const QString& column) {
             return columnKind(connection, table, column);
-        }).toUtf8();
+        });
+    // A condition with a disjunction of keys is read by one index lookup per branch; a planned
+    // text that does not prepare runs as written, and its errors read as they would.
+    const QString planned =
+        DisjunctionPlanner::plan(rewritten, DisjunctionPlanner::catalogOf(connection));
+    if (planned != rewritten) {
+        const QByteArray text = planned.toUtf8();
+        if (sqlite3_prepare_v2(connection, text.constData(), int(text.size()), statement.out(),
+                               nullptr) == SQLITE_OK &&
+            statement.get())
+            return;
+        sqlite3_finalize(statement.release());
+    }
+    const QByteArray text = rewritten.toUtf8();
     const char* begin = text.constData();
     const char* end = begin + text.size();
     if (prepareNext(connection, begin, end, statement) != SQLITE_OK)
