@@ -6,16 +6,25 @@ namespace oquivran {
 
 namespace {
 
-QString pad(const QString& text, Alignment alignment, qint16 width)
+void checkWidth(qint16 width)
 {
     if (width < 0)
         throw RuntimeError(InvalidProcedureCall,
                            QStringLiteral("Invalid procedure call or argument"));
-    if (width > text.size()) {
-        const QString blanks(width - text.size(), u' ');
-        return alignment == Alignment::Left ? text + blanks : blanks + text;
+}
+
+// Appends text padded with blanks to width, or cut to it; width is not negative.
+void appendPadded(QString& line, const QString& text, Alignment alignment, qint16 width)
+{
+    if (width <= text.size()) {
+        line += QStringView(text).left(width);
+        return;
     }
-    return text.left(width);
+    if (alignment == Alignment::Left)
+        line += text;
+    line.resize(line.size() + width - text.size(), u' ');
+    if (alignment == Alignment::Right)
+        line += text;
 }
 
 } // namespace
@@ -23,11 +32,23 @@ QString pad(const QString& text, Alignment alignment, qint16 width)
 QString Alinear(const QString& text, Alignment alignment, qint16 width)
 {
     try {
-        return pad(text, alignment, width);
+        checkWidth(width);
+        QString result;
+        result.reserve(width);
+        appendPadded(result, text, alignment, width);
+        return result;
     } catch (const RuntimeError& error) {
         return QStringLiteral("Err_FrmSytr ") + error.description + QStringLiteral(": ") +
                text.left(50);
     }
+}
+
+void appendAligned(QString& line, const QString& text, Alignment alignment, qint16 width)
+{
+    if (width < 0)
+        line += Alinear(text, alignment, width);
+    else
+        appendPadded(line, text, alignment, width);
 }
 
 } // namespace oquivran

@@ -16,4 +16,7 @@ enum class Alignment {
 // description + ": " + the first 50 characters of the text; no message is shown.
 QString Alinear(const QString& text, Alignment alignment, qint16 width);
 
+// Appends Alinear(text, alignment, width) to line, without building the padded text apart.
+void appendAligned(QString& line, const QString& text, Alignment alignment, qint16 width);
+
 } // namespace oquivran

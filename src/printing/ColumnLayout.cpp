@@ -19,12 +19,17 @@ QString ColumnLayout::detailLine(const QStringList& values) const
 
 QString ColumnLayout::line(const QStringList& texts, Widths widths) const
 {
+    static const QString none;
+    qsizetype length = m_columns.size();
+    for (int column = 0; column < m_columns.size(); ++column)
+        length += qMax<qsizetype>(widthOf(column, widths), 0);
     QString result;
+    result.reserve(length);
     for (int column = 0; column < m_columns.size(); ++column) {
         if (column > 0)
             result += u' ';
-        result +=
-            Alinear(texts.value(column), m_columns.at(column).alignment, widthOf(column, widths));
+        appendAligned(result, column < texts.size() ? texts.at(column) : none,
+                      m_columns.at(column).alignment, widthOf(column, widths));
     }
     return result;
 }

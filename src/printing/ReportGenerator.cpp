@@ -77,21 +77,32 @@ bool ReportGenerator::Generar_Linea(qint16 item, qint16 subItemNumber, qint16 id
             return true;
 
         appendHeading(item, subItemNumber, idarticulo, cantidad);
-        const ColumnLayout columns = m_kind.layout();
+        const ColumnLayout& layout = columns().layout;
         for (; !lines.eof(); lines.moveNext())
-            ReportBuffer::append(LineKind::Detail, columns.detailLine(m_kind.detailValues(
+            ReportBuffer::append(LineKind::Detail, layout.detailLine(m_kind.detailValues(
                                                        lines, moduleState().reportTotals)));
         ReportBuffer::append(LineKind::Detail, QString());
         return true;
     });
 }
 
+const ReportGenerator::Columns& ReportGenerator::columns() const
+{
+    const bool extended = moduleState().extendedDecimals;
+    if (!m_columns || m_columns->extendedDecimals != extended) {
+        ColumnLayout layout = m_kind.layout();
+        m_columns.emplace(Columns{extended, layout, ReportKind::rule(m_kind.ruleLength()),
+                                  layout.titleLine(), layout.ruleLine()});
+    }
+    return *m_columns;
+}
+
 void ReportGenerator::appendHeading(qint16 item, qint16 subItemNumber, const QString& idarticulo,
                                     double cantidad) const
 {
     const QString declared = NumberFormat::format(cantidad, QStringLiteral("00.00"));
-    const QString rule = ReportKind::rule(m_kind.ruleLength());
-    const ColumnLayout columns = m_kind.layout();
+    const Columns& made = columns();
+    const QString& rule = made.rule;
 
     ReportBuffer::append(LineKind::Title, rule);
     ReportBuffer::append(LineKind::Title,
@@ -101,9 +112,9 @@ void ReportGenerator::appendHeading(qint16 item, qint16 subItemNumber, const QSt
                              NumberFormat::format(subItemNumber, QStringLiteral("0000")) +
                              QStringLiteral(" - Cantidad declarada: ") + declared);
     ReportBuffer::append(LineKind::Title, rule);
-    ReportBuffer::append(LineKind::Title, columns.titleLine());
+    ReportBuffer::append(LineKind::Title, made.titleLine);
     if (m_kind.rulesUnderTitles())
-        ReportBuffer::append(LineKind::Title, columns.ruleLine());
+        ReportBuffer::append(LineKind::Title, made.ruleLine);
     moduleState().reportTotals.declaredQuantity += NumberText::toNumber(declared);
 }
 

@@ -1,7 +1,11 @@
 #pragma once
 
+#include "ColumnLayout.h"
+
 #include <QString>
 #include <QtGlobal>
+
+#include <optional>
 
 namespace oquivran {
 
@@ -28,10 +32,23 @@ public:
                        const QString& idarticulo, double cantidad) const;
 
 private:
+    // The report's columns and the lines every sub-item heading repeats, for the quantity
+    // mode they were made in (the only setting they depend on).
+    struct Columns
+    {
+        bool extendedDecimals;
+        ColumnLayout layout;
+        QString rule;
+        QString titleLine;
+        QString ruleLine;
+    };
+    // The columns of the current mode, made when the mode differs from the last one's.
+    const Columns& columns() const;
     void appendHeading(qint16 item, qint16 subItemNumber, const QString& idarticulo,
                        double cantidad) const;
 
     const ReportKind& m_kind;
+    mutable std::optional<Columns> m_columns;
 };
 
 } // namespace oquivran
