@@ -12,6 +12,8 @@ private Q_SLOTS:
     void pad_data();
     void pad();
     void negativeWidthGivesErrorText();
+    void appendedAsAlinearPads_data();
+    void appendedAsAlinearPads();
 };
 
 void tst_Alinear::pad_data()
@@ -54,6 +56,27 @@ void tst_Alinear::negativeWidthGivesErrorText()
     const QString text(60, u'x');
     QCOMPARE(Alinear(text, Alignment::Left, -1),
              QStringLiteral("Err_FrmSytr Invalid procedure call or argument: ") + text.left(50));
+}
+
+void tst_Alinear::appendedAsAlinearPads_data()
+{
+    pad_data();
+    QTest::newRow("negative width") << QString(60, u'x') << true << -1
+                                    << QStringLiteral("Err_FrmSytr Invalid procedure call or "
+                                                      "argument: ") +
+                                           QString(50, u'x');
+}
+
+void tst_Alinear::appendedAsAlinearPads()
+{
+    // Appended to a line that holds text already, the padded text lands after it unchanged.
+    QFETCH(QString, text);
+    QFETCH(bool, left);
+    QFETCH(int, width);
+    QFETCH(QString, expected);
+    QString line = QStringLiteral("|col|");
+    appendAligned(line, text, left ? Alignment::Left : Alignment::Right, qint16(width));
+    QCOMPARE(line, QStringLiteral("|col|") + expected);
 }
 
 QTEST_GUILESS_MAIN(tst_Alinear)
