@@ -16,7 +16,7 @@
 namespace {
 
 // Bumped whenever the shape changes, so stale cached files are not reused.
-constexpr int ShapeVersion = 2;
+constexpr int ShapeVersion = 3;
 
 constexpr int LinesPerDeclaration = 20;
 
@@ -130,6 +130,15 @@ BenchDatabase::BenchDatabase(int lines, const QString& folder) : m_lines(lines)
         generate();
 }
 
+QList<int> BenchDatabase::reportSizes(int lines)
+{
+    // 5,000 sub-items take 15,000 discharge lines: only a database of 100k stock lines or more
+    // leaves history enough beside them.
+    if (lines >= 100000)
+        return {10, 100, 1000, 5000};
+    return {10, 100, 1000};
+}
+
 QString BenchDatabase::inputCode(int input)
 {
     return QStringLiteral("I%1").arg(input, 7, 10, QChar(u'0'));
@@ -184,7 +193,7 @@ void BenchDatabase::generate() const
                        "cantidad, cancelaciones) values (?, ?, ?, 'CAT', 'P10', 10, 'OK')");
 
         // Discharge lines go to the report operations first, then to history operations.
-        const int reportSizes[] = {10, 100, 1000};
+        const QList<int> reportSizes = BenchDatabase::reportSizes(m_lines);
         int row = 0;
         const auto addLine = [&](const StockLine& s, double quantity) {
             std::string operation;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 
 // The databases the benchmarks run on: a discharge database with a given number of stock lines
@@ -10,8 +11,9 @@
 // in fifty not authorised), each with 20 stock lines (items 1 to 20); N / 20 input codes, each on
 // 20 declarations spread over the years. The stock of the oldest 60% of the declarations is
 // discharged in full and the next line of each input in part, by history operations of 10
-// sub-items (about 0.8 N discharge lines). Operations R10, R100 and R1000 hold 10, 100 and
-// 1,000 sub-items of 3 lines each, two sub-items per item, numbered by item. Products P10, P100
+// sub-items (about 0.8 N discharge lines). Operations R10, R100 and R1000 (and R5000 from 100k
+// stock lines on) hold 10, 100, 1,000 (and 5,000) sub-items of 3 lines each, two sub-items per
+// item, numbered by item. Products P10, P100
 // and P500 (catalog CAT, multiplier 1) consume 10, 100 and 500 inputs spread over the codes.
 class BenchDatabase
 {
@@ -25,6 +27,9 @@ public:
     QString dischargePath() const { return m_dischargePath; }
     // The host database file (item, groupsubitems, facturas).
     QString hostPath() const { return m_hostPath; }
+    // The sub-item counts of the report operations R<count> of a database of `lines` stock
+    // lines.
+    static QList<int> reportSizes(int lines);
     // The input code of an input number, as the generator writes it.
     static QString inputCode(int input);
 

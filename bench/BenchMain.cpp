@@ -1,6 +1,7 @@
 // The component's benchmarks beside their floors: the same SQL run directly through the SQLite
 // C interface with statements prepared once. Databases of 10k, 100k and 1M stock lines (or
 // those listed in OQUIVRAN_BENCH_LINES) are generated into OQUIVRAN_BENCH_DATA once.
+#include "BenchDatabase.h"
 #include "BenchSession.h"
 #include "FloorWork.h"
 
@@ -22,6 +23,7 @@
 #include <benchmark/benchmark.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <map>
 #include <memory>
@@ -258,8 +260,28 @@ const ReportKind& reportKind(int kind)
     return comparative;
 }
 
+// The per-sub-item figure of a benchmark over `subItems` sub-items.
+void perSubItem(benchmark::State& state, int subItems)
+{
+    state.counters["per_subitem"] =
+        benchmark::Counter(double(subItems), benchmark::Counter::kIsIterationInvariantRate |
+                                                 benchmark::Counter::kInvert);
+}
+
+// False, with the benchmark skipped, when the database has no operation of that many sub-items.
+bool hasOperation(benchmark::State& state, int subItems)
+{
+    // The cases on PostgreSQL carry their number of stock lines negated.
+    if (BenchDatabase::reportSizes(std::abs(int(state.range(0)))).contains(subItems))
+        return true;
+    state.SkipWithError("no operation of that many sub-items at this size");
+    return false;
+}
+
 void BM_Report(benchmark::State& state)
 {
+    if (!hasOperation(state, int(state.range(2))))
+        return;
     Opened& o = opened(int(state.range(0)));
     o.session->bind(QStringLiteral("00.000000"));
     moduleState().INTERNO = QStringLiteral("R%1").arg(state.range(2));
@@ -270,23 +292,74 @@ void BM_Report(benchmark::State& state)
             break;
     }
     state.counters["lines"] = double(moduleState().reportLines.size());
-    state.counters["per_subitem"] =
-        benchmark::Counter(double(state.range(2)), benchmark::Counter::kIsIterationInvariantRate |
-                                                       benchmark::Counter::kInvert);
+    perSubItem(state, int(state.range(2)));
 }
 
-void BM_Report_floor(benchmark::State& state)
+// Runs a floor of the reports: the text as written, or one index lookup per branch.
+void reportFloor(benchmark::State& state,
+                 int (FloorWork::*report)(const ReportKind&, const QString&))
 {
+    if (!hasOperation(state, int(state.range(2))))
+        return;
     Opened& o = opened(int(state.range(0)));
     const QString interno = QStringLiteral("R%1").arg(state.range(2));
     const ReportKind& kind = reportKind(int(state.range(1)));
     int rows = 0;
     for (auto _ : state)
-        rows = o.floor->report(kind, interno);
+        rows = (o.floor.get()->*report)(kind, interno);
     state.counters["rows"] = rows;
-    state.counters["per_subitem"] =
-        benchmark::Counter(double(state.range(2)), benchmark::Counter::kIsIterationInvariantRate |
-                                                       benchmark::Counter::kInvert);
+    perSubItem(state, int(state.range(2)));
+}
+
+void BM_Report_floor(benchmark::State& state)
+{
+    reportFloor(state, &FloorWork::report);
+}
+
+void BM_Report_lookups(benchmark::State& state)
+{
+    reportFloor(state, &FloorWork::reportByLookups);
+}
+
+// EnviarNroItem over the 1,000 sub-items of R1000, as a host numbers them: item k over
+// sub-items 2k - 1 and 2k. The items are those the operation already has, so every run leaves
+// the database as it found it.
+void BM_EnviarNroItem(benchmark::State& state)
+{
+    Opened& o = opened(int(state.range(0)));
+    o.session->bind(QStringLiteral("00.000000"));
+    clQUIVRAN component;
+    component.INTERNO(QStringLiteral("R1000"));
+    messageCount = 0;
+    for (auto _ : state) {
+        bool numbered = true;
+        for (qint16 item = 1; item <= 500 && numbered; ++item)
+            numbered = component.EnviarNroItem(
+                item, QStringLiteral("%1|%2").arg(2 * item - 1).arg(2 * item));
+        if (failed(state, numbered, "EnviarNroItem"))
+            break;
+    }
+    perSubItem(state, 1000);
+}
+
+void numberItemsFloor(benchmark::State& state, FloorWork::NumberingPlan plan)
+{
+    Opened& o = opened(int(state.range(0)));
+    int lines = 0;
+    for (auto _ : state)
+        lines = o.floor->numberItems(QStringLiteral("R1000"), 500, plan);
+    state.counters["lines"] = lines;
+    perSubItem(state, 1000);
+}
+
+void BM_EnviarNroItem_floor(benchmark::State& state)
+{
+    numberItemsFloor(state, FloorWork::NumberingPlan::AsWritten);
+}
+
+void BM_EnviarNroItem_lookups(benchmark::State& state)
+{
+    numberItemsFloor(state, FloorWork::NumberingPlan::Lookups);
 }
 
 void BM_Obtener_Insumos(benchmark::State& state)
@@ -331,24 +404,31 @@ void registerAll()
         const char* name;
         Function component;
         Function floor;
+        // The hand-written best plan beside the floor; null when the floor is that already.
+        Function lookups;
         QList<QList<int>> args;
     } groups[] = {
-        {"Open", BM_Open, BM_Open_floor, {{10}, {100}, {500}}},
-        {"F11", BM_F11, BM_F11_floor, {{10}, {100}, {500}}},
-        {"EliminarInsumo", BM_EliminarInsumo, BM_EliminarInsumo_floor, {{100}}},
+        {"Open", BM_Open, BM_Open_floor, nullptr, {{10}, {100}, {500}}},
+        {"F11", BM_F11, BM_F11_floor, nullptr, {{10}, {100}, {500}}},
+        {"EliminarInsumo", BM_EliminarInsumo, BM_EliminarInsumo_floor, nullptr, {{100}}},
         {"Report",
          BM_Report,
          BM_Report_floor,
+         BM_Report_lookups,
          {{0, 10},
           {0, 100},
           {0, 1000},
+          {0, 5000},
           {1, 10},
           {1, 100},
           {1, 1000},
+          {1, 5000},
           {2, 10},
           {2, 100},
-          {2, 1000}}},
-        {"Obtener_Insumos", BM_Obtener_Insumos, BM_Obtener_Insumos_floor, {{}}},
+          {2, 1000},
+          {2, 5000}}},
+        {"Obtener_Insumos", BM_Obtener_Insumos, BM_Obtener_Insumos_floor, nullptr, {{}}},
+        {"EnviarNroItem", BM_EnviarNroItem, BM_EnviarNroItem_floor, BM_EnviarNroItem_lookups, {{}}},
     };
     // The cases measured on PostgreSQL too, beside floors on libpq, when a server is named
     // ($OQUIVRAN_BENCH_POSTGRESQL): opening and F11 of 100 inputs and the sworn declaration of
@@ -383,10 +463,13 @@ void registerAll()
     for (const auto& group : groups) {
         for (const QList<int>& args : group.args) {
             for (const int lines : sizes()) {
-                for (const bool floor : {false, true}) {
-                    const std::string name = std::string(group.name) + (floor ? "_floor" : "");
-                    auto* b = benchmark::RegisterBenchmark(name.c_str(),
-                                                           floor ? group.floor : group.component);
+                const std::pair<const char*, Function> runs[] = {
+                    {"", group.component}, {"_floor", group.floor}, {"_lookups", group.lookups}};
+                for (const auto& [suffix, function] : runs) {
+                    if (!function)
+                        continue;
+                    const std::string name = std::string(group.name) + suffix;
+                    auto* b = benchmark::RegisterBenchmark(name.c_str(), function);
                     std::vector<int64_t> all = {lines};
                     for (const int a : args)
                         all.push_back(a);

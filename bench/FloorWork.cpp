@@ -7,6 +7,8 @@
 
 #include <QDate>
 
+#include <sqlite3.h>
+
 #include <map>
 #include <memory>
 #include <stdexcept>
@@ -120,7 +122,14 @@ FloorWork::FloorWork(const FloorConnection& discharge, const FloorConnection& ho
                    {quoted(interno), number(itemMarker)}),
       m_items(host, PrintStatements::items(interno), {quoted(interno)}),
       m_subItems(host, PrintStatements::subItems(interno, itemMarker),
-                 {quoted(interno), number(itemMarker)})
+                 {quoted(interno), number(itemMarker)}),
+      m_numberItem(discharge,
+                   DischargeStatements::numberItem(itemMarker, number(subItemMarker), interno),
+                   {number(itemMarker), number(subItemMarker), quoted(interno)}),
+      m_numberByLookups(discharge,
+                        QStringLiteral("update DIP set EXTITM = %1 where ").arg(itemMarker) +
+                            subItemLookups(subItemMarker),
+                        {number(itemMarker), number(subItemMarker), quoted(interno)})
 {
 }
 
@@ -274,6 +283,45 @@ int FloorWork::report(const oquivran::ReportKind& kind, const QString& internoVa
         lines = std::make_unique<FloorStatement>(
             m_discharge, kind.linesQuery(interno, stockSubItemMarker),
             QStringList{quoted(interno), number(stockSubItemMarker)});
+    return walk(*lines, internoValue);
+}
+
+int FloorWork::reportByLookups(const oquivran::ReportKind& kind, const QString& internoValue)
+{
+    std::unique_ptr<FloorStatement>& lines = m_lookupQueries[typeid(kind).name()];
+    if (!lines) {
+        // Written by hand: the columns, grouping and order of the component's text, the lines
+        // found by one index lookup per branch of "EXTSBT = n or idroot = n".
+        const bool summed = kind.linesQuery(interno, stockSubItemMarker).contains(u"group by");
+        const QString sql =
+            summed ? QStringLiteral("select INTFOF,ARTDCL,INTADU,ARTNRO,INTVEN,DIPCTC,ARTPRE,"
+                                    "RIPMER,TRPMER,RIPPER,TRPPER,RIPCAN*PRDMUL as RIPCANex,"
+                                    "sum(DIPCAN) as DIPCANex,sum(RALCAN) As RALCANex "
+                                    "from DIP, INTINS where INTINS.INTDCL = ARTDCL and %1 "
+                                    "group by INTFOF,ARTDCL,INTADU,ARTNRO,INTVEN,DIPCTC,ARTPRE,"
+                                    "RIPMER,TRPMER,RIPPER,TRPPER,RIPCAN*PRDMUL "
+                                    "order by INTFOF, ARTNRO, INTVEN")
+                   : QStringLiteral("select ARTDCL, ARTITM, ARTSBT, PRDNRO, ARTNRO, ARTNCM, "
+                                    "RIPCAN, PRDMUL, DIPCAN, RIPPER, TRPPER, RIPMER, TRPMER, "
+                                    "RALCAN, ARTPRE, DIPCTC, DIPEXP from DIP where %1");
+        lines = std::make_unique<FloorStatement>(
+            m_discharge, sql.arg(subItemLookups(stockSubItemMarker)),
+            QStringList{quoted(interno), number(stockSubItemMarker)});
+    }
+    return walk(*lines, internoValue);
+}
+
+QString FloorWork::subItemLookups(int subItem)
+{
+    return QStringLiteral("DIP.rowid in (select rowid from DIP where EXTINT = '%1' and EXTSBT = "
+                          "%2 union all select rowid from DIP where EXTINT = '%1' and idroot = "
+                          "%2)")
+        .arg(interno)
+        .arg(subItem);
+}
+
+int FloorWork::walk(FloorStatement& lines, const QString& internoValue)
+{
     int rows = 0;
     m_items.set(0, internoValue);
     QList<int> items;
@@ -292,12 +340,33 @@ int FloorWork::report(const oquivran::ReportKind& kind, const QString& internoVa
         }
         m_subItems.reset();
         for (const int subItem : subItems) {
-            lines->set(0, internoValue);
-            lines->set(1, subItem);
-            rows += lines->drain();
+            lines.set(0, internoValue);
+            lines.set(1, subItem);
+            rows += lines.drain();
         }
     }
     return rows;
+}
+
+int FloorWork::numberItems(const QString& internoValue, int items, NumberingPlan plan)
+{
+    FloorStatement& update = plan == NumberingPlan::AsWritten ? m_numberItem : m_numberByLookups;
+    int changed = 0;
+    for (int item = 1; item <= items; ++item) {
+        for (const int subItem : {2 * item - 1, 2 * item}) {
+            update.set(0, item);
+            update.set(1, subItem);
+            update.set(2, internoValue);
+            update.step();
+            update.reset();
+            // The numbering runs on SQLite only.
+            const int lines = sqlite3_changes(m_discharge.sqlite);
+            if (lines == 0)
+                throw std::runtime_error("floor: a sub-item without lines");
+            changed += lines;
+        }
+    }
+    return changed;
 }
 
 int FloorWork::itemInputs(const QString& internoValue, qint32 item)

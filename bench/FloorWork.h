@@ -36,6 +36,17 @@ public:
     // The queries of one report of an operation: items, sub-items of each, lines of each.
     // Returns the rows read.
     int report(const oquivran::ReportKind& kind, const QString& interno);
+    // The same report as the best a hand-written SQLite program reads it: each sub-item's lines
+    // found by one index lookup per branch of "EXTSBT = n or idroot = n". Returns the rows read.
+    int reportByLookups(const oquivran::ReportKind& kind, const QString& interno);
+    // How the numbering update finds a sub-item's lines.
+    enum class NumberingPlan {
+        AsWritten, // the component's text
+        Lookups,   // one index lookup per branch, written by hand
+    };
+    // EnviarNroItem for items 1 to `items` of an operation, item k over sub-items 2k - 1 and 2k:
+    // one update per sub-item. Returns the lines changed.
+    int numberItems(const QString& interno, int items, NumberingPlan plan);
     // The discharged inputs of an item. Returns the rows read.
     int itemInputs(const QString& interno, qint32 item);
 
@@ -46,6 +57,11 @@ private:
     void refresh(const QString& declaration, const QString& input, int item, int subItem);
     void setSubItem(FloorStatement& statement, const QString& interno, qint16 subItem,
                     const QString& product);
+    // Walks the operation's items and sub-items, draining the lines statement for each.
+    int walk(FloorStatement& lines, const QString& interno);
+    // "DIP.rowid in (...)": the lines of the marker operation's sub-item and of those grouped
+    // under it, one index lookup per branch.
+    static QString subItemLookups(int subItem);
 
     FloorConnection m_discharge;
     FloorConnection m_host;
@@ -62,6 +78,9 @@ private:
     FloorStatement m_itemInputs;
     FloorStatement m_items;
     FloorStatement m_subItems;
+    FloorStatement m_numberItem;
+    FloorStatement m_numberByLookups;
     // One lines query per report kind, prepared at its first use.
     std::map<std::string, std::unique_ptr<FloorStatement>> m_linesQueries;
+    std::map<std::string, std::unique_ptr<FloorStatement>> m_lookupQueries;
 };
