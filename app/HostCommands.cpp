@@ -49,6 +49,13 @@ const char* exitCodesText = "Códigos de salida:\n"
                             "  6  falló la numeración o la impresión\n"
                             "  7  expiring encontró stock con la importación temporal vencida\n";
 
+// The sample host runs several operators on one stock: atomic writes are on (main.cpp).
+const char* atomicWritesText =
+    "Escrituras atómicas: activadas. Cada descarga, eliminación, numeración de ítems,\n"
+    "edición de C.T.C. y registro de la oficialización se escribe entera o no se escribe:\n"
+    "varios operadores pueden descargar de la misma base a la vez, y una descarga que\n"
+    "otro operador dejó sin stock se rechaza sin escribir nada.\n";
+
 QTextStream& out()
 {
     static QTextStream stream(stdout);
@@ -125,7 +132,8 @@ QString HostCommands::overview()
         text +=
             QStringLiteral("  %1%2\n")
                 .arg(QString::fromLatin1(s.name).leftJustified(13), QString::fromUtf8(s.summary));
-    return text + u'\n' + QString::fromUtf8(exitCodesText);
+    return text + u'\n' + QString::fromUtf8(atomicWritesText) + u'\n' +
+           QString::fromUtf8(exitCodesText);
 }
 
 void HostCommands::addCommonOptions()
@@ -260,7 +268,8 @@ QString HostCommands::help() const
     }
     const QString options = m_parser.helpText();
     text += options.mid(options.indexOf(QStringLiteral("Options:")));
-    return text + u'\n' + QString::fromUtf8(exitCodesText);
+    return text + u'\n' + QString::fromUtf8(atomicWritesText) + u'\n' +
+           QString::fromUtf8(exitCodesText);
 }
 
 int HostCommands::openDatabases()

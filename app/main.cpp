@@ -4,6 +4,8 @@
 #include "HostDatabases.h"
 #include "HostWindow.h"
 
+#include <oquivran/Module.h>
+
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QTextStream>
@@ -62,6 +64,9 @@ int runWindow(QApplication& app)
 int main(int argc, char* argv[])
 {
     QApplication::setApplicationName(QStringLiteral("oquivran-host"));
+    // Several operators may work on one discharge database: every write of the component is
+    // one unit that takes effect whole or not at all.
+    oquivran::setAtomicWrites(true);
     const QString first = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
     if (first == u"--help" || first == u"-h") {
         QTextStream(stdout) << HostCommands::overview();

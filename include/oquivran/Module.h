@@ -29,6 +29,20 @@ using MessageHandler = std::function<int(const QString& prompt, int style, const
 // The handler is a host setting: resetModuleState() keeps it.
 void setMessageHandler(MessageHandler handler);
 
+// Atomic writes, for offices where several operators discharge from one stock. Off (the
+// default), each statement takes effect when executed and what was written before an error
+// stays written. On, each of these runs as one unit that takes effect whole or leaves the
+// database as it was: F11 on the allocation screen and dischargeAsProposed (lines, stock
+// refresh, totals), EliminarInsumo, the line edit screen's two updates, EnviarGrupoIdSub,
+// ResetIdItems, EnviarNroItem, and the recording of the export data after printing. A
+// failure inside a unit (the stock check, a locked database, a lost connection) undoes it;
+// its message is the one shown today, and the routine returns false. The bound data object
+// must implement DataObject::transaction(), commit() and rollback(); one that does not makes
+// every unit fail with that message. A host setting: resetModuleState() keeps it.
+void setAtomicWrites(bool on);
+// Whether atomic writes are on.
+bool atomicWrites();
+
 // Returns the shared module state to that of a freshly loaded component: bindings,
 // properties, lists, formats and results.
 void resetModuleState();

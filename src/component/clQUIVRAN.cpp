@@ -10,6 +10,7 @@
 #include "TextRules.h"
 #include "ValueFormats.h"
 #include "WholeNumber.h"
+#include "WriteUnit.h"
 #include "frmAgregarDIP.h"
 #include "frmImpresion.h"
 #include "modManejoInsumos.h"
@@ -158,8 +159,10 @@ bool clQUIVRAN::EliminarInsumo()
 {
     // The label's letter case, accent and class name are the system's own.
     return ErrorMessage::guard(QStringLiteral(" - Sección [oQUIVRAN.clQUVRAN.EliminarInsumo]"), [] {
-        return modManejoInsumos::Generar_DIP_A_ARR() && modManejoInsumos::EliminarDIP() &&
-               modManejoInsumos::RefrescarINS();
+        return WriteUnit::run([] {
+            return modManejoInsumos::Generar_DIP_A_ARR() && modManejoInsumos::EliminarDIP() &&
+                   modManejoInsumos::RefrescarINS();
+        });
     });
 }
 
@@ -171,18 +174,22 @@ bool clQUIVRAN::EnviarGrupoIdSub(const QString& p_EXTINT, const QString& p_IDRoo
     return ErrorMessage::guard(QStringLiteral(" - seccion [cQUIVRAN.EnviarGroupIdSub]::"), [&] {
         if (TextRules::trim(p_EXTGRPSBT).isEmpty())
             return true;
-        for (const QString& subItem : subItems(p_EXTGRPSBT))
-            BoundData::execute(
-                DischargeStatements::groupSubItem(p_IDRoot, subItem, moduleState().INTERNO));
-        return true;
+        return WriteUnit::run([&] {
+            for (const QString& subItem : subItems(p_EXTGRPSBT))
+                BoundData::execute(
+                    DischargeStatements::groupSubItem(p_IDRoot, subItem, moduleState().INTERNO));
+            return true;
+        });
     });
 }
 
 bool clQUIVRAN::ResetIdItems()
 {
     return ErrorMessage::guard(QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN_ResetIdITtems]"), [] {
-        BoundData::execute(DischargeStatements::resetItems(moduleState().INTERNO));
-        return true;
+        return WriteUnit::run([] {
+            BoundData::execute(DischargeStatements::resetItems(moduleState().INTERNO));
+            return true;
+        });
     });
 }
 
@@ -193,19 +200,23 @@ bool clQUIVRAN::EnviarNroItem(qint16 p_ITEM, const QString& p_SubIt)
             if (p_SubIt.isEmpty())
                 return false;
             const QString interno = moduleState().INTERNO;
-            for (const QString& subItem : subItems(p_SubIt)) {
-                // Sub-items stamped before a missing one stay stamped; the rest are not.
-                if (BoundData::execute(DischargeStatements::numberItem(p_ITEM, subItem, interno)) ==
-                    0) {
-                    Messages::show(QStringLiteral("ERROR: No se encontro el registro en stock de "
-                                                  "insumos\r\n INTERNO: ") +
-                                       interno + QStringLiteral("\r\nID SUBIT: ") + subItem +
-                                       QStringLiteral("\r\nSe cancelara el proceso."),
-                                   MessageCritical | MessageOkOnly);
-                    return false;
+            return WriteUnit::run([&] {
+                for (const QString& subItem : subItems(p_SubIt)) {
+                    // Sub-items stamped before a missing one stay stamped (unless the numbering
+                    // is one unit of atomic writes); the rest are not.
+                    if (BoundData::execute(
+                            DischargeStatements::numberItem(p_ITEM, subItem, interno)) == 0) {
+                        WriteUnit::undo();
+                        Messages::show(QStringLiteral("ERROR: No se encontro el registro en stock "
+                                                      "de insumos\r\n INTERNO: ") +
+                                           interno + QStringLiteral("\r\nID SUBIT: ") + subItem +
+                                           QStringLiteral("\r\nSe cancelara el proceso."),
+                                       MessageCritical | MessageOkOnly);
+                        return false;
+                    }
                 }
-            }
-            return true;
+                return true;
+            });
         });
 }
 

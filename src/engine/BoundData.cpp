@@ -1,6 +1,7 @@
 #include "BoundData.h"
 
 #include "ModuleState.h"
+#include "WriteUnit.h"
 
 #include <oquivran/DataObject.h>
 #include <oquivran/RuntimeError.h>
@@ -34,6 +35,8 @@ bool BoundData::forEachRow(const QString& sql, const std::function<bool(const Re
 qint32 BoundData::execute(const QString& sql, Database database)
 {
     DataObject& data = object(database);
+    if (database == Database::Discharge)
+        WriteUnit::checkWritable();
     data.setSql(sql);
     return data.execute();
 }

@@ -4,6 +4,7 @@
 #include "Messages.h"
 #include "ModuleState.h"
 #include "ValueFormats.h"
+#include "WriteUnit.h"
 #include "modManejoInsumos.h"
 
 namespace oquivran {
@@ -50,21 +51,35 @@ DischargeSave::Outcome DischargeSave::run(const std::function<void(Progress)>& p
             outcome = Outcome::Refused;
             return false;
         }
-        state.dischargeResult = modManejoInsumos::AgregarDIP();
-        if (!state.dischargeResult) {
-            notify(Progress::WriteFailed);
-            return false;
-        }
-        notify(Progress::UpdatingStock);
-        // The lines are written by now; a failed refresh leaves the discharge result true and
-        // the totals of the previous discharge in place.
-        if (!modManejoInsumos::RefrescarINS())
-            throw RuntimeError::userDefined(
-                QStringLiteral("Ocurrio un error al calcular disponibilidad"),
-                QStringLiteral("{Calculando disponibilidad}"));
-        modManejoInsumos::readDischargeTotals();
-        outcome = Outcome::Saved;
-        return true;
+        // With atomic writes the lines, the refresh and the totals are one unit: undone, it
+        // leaves no line, the result false and the totals of the previous discharge.
+        const double previousQuantity = state.CantidadDescontada;
+        const double previousCif = state.CIFDescontado;
+        const bool saved = WriteUnit::run(
+            [&] {
+                state.dischargeResult = modManejoInsumos::AgregarDIP();
+                if (!state.dischargeResult) {
+                    notify(Progress::WriteFailed);
+                    return false;
+                }
+                notify(Progress::UpdatingStock);
+                // The lines are written by now; a failed refresh leaves the discharge result
+                // true and the totals of the previous discharge in place.
+                if (!modManejoInsumos::RefrescarINS())
+                    throw RuntimeError::userDefined(
+                        QStringLiteral("Ocurrio un error al calcular disponibilidad"),
+                        QStringLiteral("{Calculando disponibilidad}"));
+                modManejoInsumos::readDischargeTotals();
+                return true;
+            },
+            [&] {
+                state.dischargeResult = false;
+                state.CantidadDescontada = previousQuantity;
+                state.CIFDescontado = previousCif;
+            });
+        if (saved)
+            outcome = Outcome::Saved;
+        return saved;
     });
     return outcome;
 }

@@ -29,7 +29,10 @@ public:
 
     // Runs the sequence. progress, when given, is called at each moment (a screen updates its
     // status line and repaints). Errors are reported with the allocation screen's save label;
-    // a failed stock refresh leaves the discharge result true and skips the totals.
+    // a failed stock refresh leaves the discharge result true and skips the totals. With
+    // atomic writes on, writing, refresh and totals are one unit (WriteUnit): a failure
+    // anywhere in it leaves nothing written, the discharge result false and the totals as
+    // they were.
     static Outcome run(const std::function<void(Progress)>& progress = {});
 };
 

@@ -1,6 +1,7 @@
 #include "ErrorMessage.h"
 
 #include "Messages.h"
+#include "WriteUnit.h"
 
 #include <exception>
 #include <new>
@@ -37,6 +38,8 @@ bool ErrorMessage::guard(const QString& label, const std::function<bool()>& body
     try {
         return body();
     } catch (...) {
+        // A failure inside a unit of atomic writes undoes it before its message is shown.
+        WriteUnit::undo();
         show(fromException(std::current_exception()), label);
         return false;
     }

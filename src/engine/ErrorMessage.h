@@ -19,7 +19,8 @@ public:
     static void show(const RuntimeError& error, const QString& label);
 
     // Runs a routine under its handler: returns what body returns, or false after showing the
-    // common error message with label when it throws. Nothing done before the error is undone.
+    // common error message with label when it throws. Nothing done before the error is undone,
+    // unless it ran in a unit of atomic writes (WriteUnit): the unit is undone first.
     static bool guard(const QString& label, const std::function<bool()>& body);
 
     // Any exception turned into the run-time error it is reported as.

@@ -16,6 +16,7 @@
 #include "TextRules.h"
 #include "ValueConversion.h"
 #include "WholeNumber.h"
+#include "WriteUnit.h"
 
 #include <oquivran/Printing.h>
 #include <oquivran/Recordset.h>
@@ -363,9 +364,11 @@ bool frmImpresion::lp_Imprimir(const QString& p_IMPNOM, qint16 p_IMPTAM, qint16 
         QString invoices = m_txtFACTU->text();
         invoices = TextRules::trim(invoices).isEmpty() ? QStringLiteral("-")
                                                        : invoices.replace(u'\'', u' ');
-        BoundData::execute(PrintStatements::recordExportData(
-            m_txtAAT->text(), m_txtOficializacion->text(), invoices, moduleState().INTERNO));
-        return true;
+        return WriteUnit::run([&] {
+            BoundData::execute(PrintStatements::recordExportData(
+                m_txtAAT->text(), m_txtOficializacion->text(), invoices, moduleState().INTERNO));
+            return true;
+        });
     });
 }
 

@@ -8,6 +8,7 @@
 #include "NumberFormat.h"
 #include "NumberText.h"
 #include "ScreenStatements.h"
+#include "WriteUnit.h"
 
 #include <QGridLayout>
 #include <QLabel>
@@ -190,12 +191,15 @@ bool frmModificar::f_Aceptar()
                 ? QString()
                 : ScreenStatements::updateExportReference(line.exportReference, line.declaration,
                                                           line.tariffPosition);
-        if (!ctcUpdate.isEmpty() && BoundData::execute(ctcUpdate) > 0)
-            SetCTC(line.declaration, line.tariffPosition, line.ctc);
-        if (!referenceUpdate.isEmpty() && BoundData::execute(referenceUpdate) > 0)
-            SetEXP(line.declaration, line.tariffPosition, line.exportReference);
-        state.editFlag = true;
-        return true;
+        const bool written = WriteUnit::run([&] {
+            if (!ctcUpdate.isEmpty() && BoundData::execute(ctcUpdate) > 0)
+                SetCTC(line.declaration, line.tariffPosition, line.ctc);
+            if (!referenceUpdate.isEmpty() && BoundData::execute(referenceUpdate) > 0)
+                SetEXP(line.declaration, line.tariffPosition, line.exportReference);
+            return true;
+        });
+        state.editFlag = written;
+        return written;
     });
 }
 

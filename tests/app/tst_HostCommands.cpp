@@ -127,6 +127,7 @@ void tst_HostCommands::helpOfEverySubcommand()
     const Result overview = host({QStringLiteral("--help")}, false);
     QCOMPARE(overview.exitCode, 0);
     QVERIFY(overview.out.contains(QStringLiteral("check-stock")));
+    QVERIFY(overview.out.contains(QStringLiteral("Escrituras atómicas: activadas.")));
     const Result unknownOption = host({QStringLiteral("number"), QStringLiteral("--bogus")});
     QCOMPARE(unknownOption.exitCode, 1);
 }

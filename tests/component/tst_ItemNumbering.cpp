@@ -105,8 +105,9 @@ void tst_ItemNumbering::groupListEndingInSeparatorFails()
     QCOMPARE(messages.lastStyle(), 16);
     QVERIFY(
         messages.lastPrompt().endsWith(QStringLiteral(" - seccion [cQUIVRAN.EnviarGroupIdSub]::")));
-    // The element before the empty one stays grouped.
-    QCOMPARE(f.scalar("select idroot from DIP where EXTINT = 'OP1' and EXTSBT = 2").toInt(), 1);
+    // The element before the empty one stays grouped, unless the grouping is one unit.
+    QCOMPARE(f.scalar("select idroot from DIP where EXTINT = 'OP1' and EXTSBT = 2").toInt(),
+             DischargeFixture::atomicVariant() ? 0 : 1);
 }
 
 void tst_ItemNumbering::resetClearsOnlyTheOperation()
@@ -148,8 +149,9 @@ void tst_ItemNumbering::numberStopsAtSubItemWithoutLines()
              QStringLiteral("ERROR: No se encontro el registro en stock de insumos\r\n INTERNO: "
                             "OP1\r\nID SUBIT: 9\r\nSe cancelara el proceso."));
     QCOMPARE(messages.lastStyle(), 16);
-    // Stamped before the missing one, not after it.
-    QCOMPARE(items(f, "OP1"), (QList<int>{4, 4, 0, 0}));
+    // Stamped before the missing one, not after it; as one unit, none stays stamped.
+    QCOMPARE(items(f, "OP1"),
+             (DischargeFixture::atomicVariant() ? QList<int>{0, 0, 0, 0} : QList<int>{4, 4, 0, 0}));
 }
 
 void tst_ItemNumbering::numberEmptyListRunsNothing()
@@ -175,7 +177,8 @@ void tst_ItemNumbering::numberListEndingInSeparatorFails()
     QCOMPARE(messages.messages.size(), 1);
     QVERIFY(messages.lastPrompt().endsWith(
         QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN.EnviarNroItem]")));
-    QCOMPARE(items(f, "OP1"), (QList<int>{0, 0, 3, 0}));
+    QCOMPARE(items(f, "OP1"),
+             (DischargeFixture::atomicVariant() ? QList<int>{0, 0, 0, 0} : QList<int>{0, 0, 3, 0}));
 }
 
 void tst_ItemNumbering::inputsOfAnItem()

@@ -136,8 +136,15 @@ void tst_DischargeSave::failedRefreshKeepsResultAndOldTotals()
     // More than the stock line declares: the refresh refuses after the lines were written.
     moduleState().candidateLines = {line(1, 12)};
     QCOMPARE(DischargeSave::run(), DischargeSave::Outcome::Failed);
-    QVERIFY(moduleState().dischargeResult);
-    QCOMPARE(f.dischargeRowCount(), 1);
+    if (DischargeFixture::atomicVariant()) {
+        // One unit: the lines go with the failed refresh, and the result is false.
+        QVERIFY(!moduleState().dischargeResult);
+        QCOMPARE(f.dischargeRowCount(), 0);
+        QCOMPARE(f.available("D1", "ART1", 1, 1), 10.0);
+    } else {
+        QVERIFY(moduleState().dischargeResult);
+        QCOMPARE(f.dischargeRowCount(), 1);
+    }
     QCOMPARE(moduleState().CantidadDescontada, 11.0);
     QCOMPARE(moduleState().CIFDescontado, 22.0);
     QCOMPARE(messages.messages.size(), 2);

@@ -33,6 +33,7 @@ public:
         dischargeData = m_discharge.dataObject();
         hostData = m_host.dataObject();
         oquivran::resetModuleState();
+        oquivran::setAtomicWrites(atomicVariant());
         oquivran::ModuleState& state = oquivran::moduleState();
         state.dataObject = dischargeData.get();
         state.secondDataObject = hostData.get();
@@ -43,6 +44,13 @@ public:
         oquivran::resetModuleState();
         dischargeData.reset();
         hostData.reset();
+    }
+
+    // True when the test runs in its atomic variant (OQUIVRAN_TEST_ATOMIC=1): every fixture
+    // then turns atomic writes on.
+    static bool atomicVariant()
+    {
+        return qEnvironmentVariableIntValue("OQUIVRAN_TEST_ATOMIC") == 1;
     }
 
     bool isOpen() const { return m_discharge.isOpen() && m_host.isOpen(); }
