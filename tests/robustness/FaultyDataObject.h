@@ -31,6 +31,10 @@ public:
         before();
         return m_target->open(rs);
     }
+    // Units of atomic writes are the target's.
+    void transaction() override { m_target->transaction(); }
+    void commit() override { m_target->commit(); }
+    void rollback() override { m_target->rollback(); }
     qint32 execute() override
     {
         before();

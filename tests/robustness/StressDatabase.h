@@ -1,0 +1,190 @@
+#pragma once
+
+#include "Schema.h"
+
+#include <QHash>
+#include <QMap>
+#include <QProcess>
+#include <QSet>
+#include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QStringList>
+#include <QVariant>
+
+// The shared stock of the multi-process discharge tests and benchmarks: one SQLite file that
+// worker processes (stress_worker) discharge from, and the invariants read back from its
+// tables alone. Products P1 to P3 of catalog "C" use inputs I1 to I4; each input's stock lies
+// on three declarations of different dates.
+namespace stress {
+
+// Units of each input per unit of product.
+inline const QMap<QString, QMap<QString, double>>& relations()
+{
+    static const QMap<QString, QMap<QString, double>> table = {
+        {QStringLiteral("P1"), {{QStringLiteral("I1"), 2}, {QStringLiteral("I2"), 1}}},
+        {QStringLiteral("P2"), {{QStringLiteral("I2"), 2}, {QStringLiteral("I3"), 1}}},
+        {QStringLiteral("P3"),
+         {{QStringLiteral("I3"), 1}, {QStringLiteral("I4"), 2}, {QStringLiteral("I1"), 1}}},
+    };
+    return table;
+}
+
+inline void run(const QSqlDatabase& db, const QString& sql, const QVariantList& values = {})
+{
+    QSqlQuery query(db);
+    query.prepare(sql);
+    for (const QVariant& value : values)
+        query.addBindValue(value);
+    if (!query.exec())
+        qFatal("stress SQL failed: %s: %s", qPrintable(sql), qPrintable(query.lastError().text()));
+}
+
+// Creates the tables and the stock. perInput is each input's stock, split 30/35/35 over the
+// declarations D1 (oldest) to D3.
+inline void seed(const QSqlDatabase& db, const QMap<QString, double>& perInput)
+{
+    oquivran::Schema::create(db, oquivran::Schema::Database::Discharge);
+    const QStringList declarations = {QStringLiteral("D1"), QStringLiteral("D2"),
+                                      QStringLiteral("D3")};
+    const QList<double> shares = {0.30, 0.35, 0.35};
+    for (int d = 0; d < 3; ++d)
+        run(db,
+            "insert into INTINS (INTDCL, INTFOF, INTIOK, INTVEN, INTADU, INTCTC) "
+            "values (?, ?, 1, '2030-12-31', '001', '')",
+            {declarations.at(d), QStringLiteral("2026-0%1-01").arg(d + 1)});
+    for (auto input = perInput.cbegin(); input != perInput.cend(); ++input) {
+        double left = input.value();
+        for (int d = 0; d < 3; ++d) {
+            const double quantity = d == 2 ? left : double(qRound(input.value() * shares.at(d)));
+            left -= quantity;
+            run(db,
+                "insert into INS (INTDCL, ARTNRO, ARTITM, ARTSBT, ARTCAT, ARTDSC, ARTPRE, ARTNCM, "
+                "ARTCTC, INSEXP) values (?, ?, 1, 1, ?, ?, 1.5, '1234.56.78', 'CTC1', '')",
+                {declarations.at(d), input.key(), quantity, quantity});
+        }
+    }
+    for (auto product = relations().cbegin(); product != relations().cend(); ++product) {
+        run(db, "insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('C', ?, 1)", {product.key()});
+        for (auto input = product.value().cbegin(); input != product.value().cend(); ++input)
+            run(db,
+                "insert into RIP (CATNRO, PRDNRO, ARTNRO, RPADES, RIPCAN, RIPMER, RIPPER, TRPMER, "
+                "TRPPER, DIPOBL) values ('C', ?, ?, 'Insumo', ?, 0, 0, 0, 0, 0)",
+                {product.key(), input.key(), input.value()});
+    }
+}
+
+// What the tables show, read in one snapshot.
+struct Consistency
+{
+    QStringList staleStock;     // ARTDSC differs from ARTCAT minus the sum of its discharges
+    QStringList overDischarged; // the discharges of a stock line exceed ARTCAT
+    QStringList halfWritten;    // a sub-item whose lines do not match its relation
+    QSet<QString> subItems;     // "operation/sub-item" of every sub-item with lines
+
+    bool holds() const
+    {
+        return staleStock.isEmpty() && overDischarged.isEmpty() && halfWritten.isEmpty();
+    }
+    QString summary() const
+    {
+        return (staleStock + overDischarged + halfWritten).join(QStringLiteral("; "));
+    }
+};
+
+// Reads the invariants: for every stock line ARTDSC = ARTCAT - sum(DIPCAN) and
+// sum(DIPCAN) <= ARTCAT; every sub-item with lines has, for each input of its product's
+// relation, lines summing to the relation's quantity (one unit of product), and no other.
+inline Consistency check(QSqlDatabase db)
+{
+    Consistency result;
+    QSqlQuery query(db);
+    // One read transaction: the workers' units commit meanwhile without being half seen.
+    if (!query.exec(QStringLiteral("begin")))
+        qFatal("stress check: %s", qPrintable(query.lastError().text()));
+    query.exec(QStringLiteral(
+        "select INS.INTDCL || '/' || INS.ARTNRO, INS.ARTCAT, INS.ARTDSC, "
+        "coalesce((select sum(DIPCAN) from DIP where DIP.ARTDCL = INS.INTDCL and "
+        "DIP.ARTNRO = INS.ARTNRO and DIP.ARTITM = INS.ARTITM and DIP.ARTSBT = INS.ARTSBT), 0) "
+        "from INS order by INS.ARTNRO, INS.INTDCL"));
+    while (query.next()) {
+        const QString line = query.value(0).toString();
+        const double declared = query.value(1).toDouble();
+        const double available = query.value(2).toDouble();
+        const double discharged = query.value(3).toDouble();
+        if (available != declared - discharged)
+            result.staleStock << QStringLiteral("%1 ARTDSC %2, ARTCAT %3 - %4")
+                                     .arg(line)
+                                     .arg(available)
+                                     .arg(declared)
+                                     .arg(discharged);
+        if (discharged > declared)
+            result.overDischarged
+                << QStringLiteral("%1 discharged %2 of %3").arg(line).arg(discharged).arg(declared);
+    }
+    query.exec(QStringLiteral("select EXTINT || '/' || EXTSBT, PRDNRO, ARTNRO, sum(DIPCAN) "
+                              "from DIP group by EXTINT, EXTSBT, PRDNRO, ARTNRO"));
+    QHash<QString, QStringList> products;
+    QHash<QString, QMap<QString, double>> inputs;
+    while (query.next()) {
+        const QString subItem = query.value(0).toString();
+        const QString product = query.value(1).toString();
+        if (!products[subItem].contains(product))
+            products[subItem] << product;
+        inputs[subItem][query.value(2).toString()] = query.value(3).toDouble();
+    }
+    query.exec(QStringLiteral("commit"));
+    for (auto it = inputs.cbegin(); it != inputs.cend(); ++it) {
+        result.subItems.insert(it.key());
+        const QStringList& ofSubItem = products.value(it.key());
+        if (ofSubItem.size() != 1 || it.value() != relations().value(ofSubItem.first()))
+            result.halfWritten << it.key() + u' ' + ofSubItem.join(u',');
+    }
+    return result;
+}
+
+// One line a worker printed.
+struct Attempt
+{
+    QString kind;    // "discharge" or "remove"
+    QString subItem; // "operation/sub-item"
+    bool accepted = false;
+    qint64 lockWaitMicroseconds = 0;
+};
+
+// The lines a worker printed so far; a last line cut by a kill is left out.
+inline QList<Attempt> attempts(const QByteArray& output)
+{
+    QList<Attempt> result;
+    const QList<QByteArray> lines = output.split('\n');
+    for (const QByteArray& line : lines) {
+        const QList<QByteArray> fields = line.split(' ');
+        if (fields.size() != 6)
+            continue;
+        result.append({QString::fromUtf8(fields.at(0)),
+                       QString::fromUtf8(fields.at(1) + '/' + fields.at(2)),
+                       fields.at(4) == "accepted", fields.at(5).toLongLong()});
+    }
+    return result;
+}
+
+// Starts a worker (see stress_worker.cpp) on file; its error output, the messages, is dropped.
+inline QProcess* startWorker(const QString& program, const QString& file, const QString& operation,
+                             int subItems, int seed, bool atomic, int removalShare,
+                             const QString& products = QString())
+{
+    auto* process = new QProcess;
+    process->setStandardErrorFile(QProcess::nullDevice());
+    QStringList arguments = {file,
+                             operation,
+                             QString::number(subItems),
+                             QString::number(seed),
+                             atomic ? QStringLiteral("1") : QStringLiteral("0"),
+                             QString::number(removalShare)};
+    if (!products.isEmpty())
+        arguments << products;
+    process->start(program, arguments);
+    return process;
+}
+
+} // namespace stress
