@@ -11,6 +11,7 @@
 #include "DischargeSave.h"
 #include "ModuleState.h"
 #include "ReportGenerator.h"
+#include "StressDatabase.h"
 #include "modManejoInsumos.h"
 
 #include <oquivran/Module.h>
@@ -18,10 +19,14 @@
 #include <oquivran/clQUIVRAN.h>
 
 #include <QCoreApplication>
+#include <QElapsedTimer>
+#include <QSqlDatabase>
 #include <QStringList>
+#include <QTemporaryDir>
 
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <functional>
@@ -201,6 +206,14 @@ void floorSaving(benchmark::State& state,
     }
     undoSave(*o.session, saving.lines, saving.before);
     state.counters["lines"] = double(saving.lines.size());
+}
+
+// F11 with atomic writes on: the lines, the refresh and the totals in one unit, one commit.
+void BM_F11_atomic(benchmark::State& state)
+{
+    setAtomicWrites(true);
+    BM_F11(state);
+    setAtomicWrites(false);
 }
 
 void BM_F11_floor(benchmark::State& state)
@@ -386,6 +399,61 @@ void BM_Obtener_Insumos_floor(benchmark::State& state)
     state.counters["rows"] = rows;
 }
 
+// Worker processes discharging at once from one file, atomic writes on (stress_worker): each
+// discharges 50 one-unit sub-items from a stock that covers about half of them. The time is
+// the wall time from starting the processes to the last one ending (process start-up
+// included); the counters are the accepted discharges per second, the share refused and the
+// 95th percentile of the time a unit waited for the writer lock.
+void BM_Throughput(benchmark::State& state)
+{
+    const int processes = int(state.range(0));
+    const int perProcess = 50;
+    int accepted = 0;
+    int attempts = 0;
+    QList<qint64> waits;
+    for (auto _ : state) {
+        QTemporaryDir folder;
+        const QString file = folder.filePath(QStringLiteral("stock.sqlite"));
+        {
+            QSqlDatabase db =
+                QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("throughput"));
+            db.setDatabaseName(file);
+            db.open();
+            // Each sub-item needs about 3.4 units of I1, I2, I3 and I4 together; half of that.
+            const double share = processes * perProcess / 8.0;
+            stress::seed(db, {{QStringLiteral("I1"), share * 2},
+                              {QStringLiteral("I2"), share * 2},
+                              {QStringLiteral("I3"), share * 4 / 3},
+                              {QStringLiteral("I4"), share * 4 / 3}});
+            db.close();
+        }
+        QSqlDatabase::removeDatabase(QStringLiteral("throughput"));
+        QElapsedTimer timer;
+        timer.start();
+        QList<QProcess*> running;
+        for (int p = 1; p <= processes; ++p)
+            running << stress::startWorker(QStringLiteral(OQUIVRAN_STRESS_WORKER), file,
+                                           QStringLiteral("T%1").arg(p), perProcess, p, true, 0);
+        for (QProcess* process : running) {
+            process->waitForFinished(300000);
+            for (const stress::Attempt& attempt :
+                 stress::attempts(process->readAllStandardOutput())) {
+                ++attempts;
+                accepted += attempt.accepted ? 1 : 0;
+                waits.append(attempt.lockWaitMicroseconds);
+            }
+            delete process;
+        }
+        state.SetIterationTime(double(timer.nsecsElapsed()) / 1e9);
+    }
+    std::sort(waits.begin(), waits.end());
+    const qint64 p95 = waits.isEmpty() ? 0 : waits.at(qsizetype(waits.size() * 0.95));
+    state.counters["accepted_per_s"] =
+        benchmark::Counter(double(accepted), benchmark::Counter::kIsRate);
+    state.counters["refused_share"] = attempts ? double(attempts - accepted) / attempts : 0;
+    state.counters["lock_wait_p95_ms"] = double(p95) / 1000;
+}
+
 QList<int> sizes()
 {
     QList<int> result;
@@ -410,6 +478,8 @@ void registerAll()
     } groups[] = {
         {"Open", BM_Open, BM_Open_floor, nullptr, {{10}, {100}, {500}}},
         {"F11", BM_F11, BM_F11_floor, nullptr, {{10}, {100}, {500}}},
+        // Compared with the floor of F11.
+        {"F11_atomic", BM_F11_atomic, nullptr, nullptr, {{100}}},
         {"EliminarInsumo", BM_EliminarInsumo, BM_EliminarInsumo_floor, nullptr, {{100}}},
         {"Report",
          BM_Report,
@@ -458,6 +528,12 @@ void registerAll()
             }
         }
     }
+    for (const int processes : {1, 2, 4, 8})
+        benchmark::RegisterBenchmark("Throughput", BM_Throughput)
+            ->Arg(processes)
+            ->UseManualTime()
+            ->Iterations(1)
+            ->Unit(benchmark::kMillisecond);
     // The sizes of one case run one after the other, so its growth compares figures taken
     // minutes apart at most.
     for (const auto& group : groups) {
