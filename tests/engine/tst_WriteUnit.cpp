@@ -225,7 +225,8 @@ private Q_SLOTS:
         MessageRecorder messages;
         seed(f);
         setAtomicWrites(true);
-        f.dischargeData->setLockWait(100);
+        // The tests of units run on SQLite.
+        static_cast<SqlDataObject&>(*f.dischargeData).setLockWait(100);
         const QString name = QStringLiteral("tst_WriteUnit-other");
         {
             QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
