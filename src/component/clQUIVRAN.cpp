@@ -7,6 +7,7 @@
 #include "ErrorMessage.h"
 #include "Messages.h"
 #include "ModuleState.h"
+#include "ScreenErrors.h"
 #include "TextRules.h"
 #include "ValueFormats.h"
 #include "WholeNumber.h"
@@ -166,36 +167,42 @@ bool clQUIVRAN::EliminarInsumo()
     });
 }
 
+// The four numbering members report an error as its text, one line break and their label,
+// not in the common layout with the error number.
 bool clQUIVRAN::EnviarGrupoIdSub(const QString& p_EXTINT, const QString& p_IDRoot,
                                  const QString& p_EXTGRPSBT)
 {
     // The operation is the module's INTERNO; p_EXTINT is not used.
     Q_UNUSED(p_EXTINT);
-    return ErrorMessage::guard(QStringLiteral(" - seccion [cQUIVRAN.EnviarGroupIdSub]::"), [&] {
-        if (TextRules::trim(p_EXTGRPSBT).isEmpty())
-            return true;
-        return WriteUnit::run([&] {
-            for (const QString& subItem : subItems(p_EXTGRPSBT))
-                BoundData::execute(
-                    DischargeStatements::groupSubItem(p_IDRoot, subItem, moduleState().INTERNO));
-            return true;
-        });
-    });
+    return ScreenErrors::guard(ScreenErrors::Layout::DescriptionThenLabel,
+                               QStringLiteral(" - seccion [cQUIVRAN.EnviarGroupIdSub]::"), [&] {
+                                   if (TextRules::trim(p_EXTGRPSBT).isEmpty())
+                                       return true;
+                                   return WriteUnit::run([&] {
+                                       for (const QString& subItem : subItems(p_EXTGRPSBT))
+                                           BoundData::execute(DischargeStatements::groupSubItem(
+                                               p_IDRoot, subItem, moduleState().INTERNO));
+                                       return true;
+                                   });
+                               });
 }
 
 bool clQUIVRAN::ResetIdItems()
 {
-    return ErrorMessage::guard(QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN_ResetIdITtems]"), [] {
-        return WriteUnit::run([] {
-            BoundData::execute(DischargeStatements::resetItems(moduleState().INTERNO));
-            return true;
-        });
-    });
+    return ScreenErrors::guard(ScreenErrors::Layout::DescriptionThenLabel,
+                               QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN_ResetIdITtems]"), [] {
+                                   return WriteUnit::run([] {
+                                       BoundData::execute(
+                                           DischargeStatements::resetItems(moduleState().INTERNO));
+                                       return true;
+                                   });
+                               });
 }
 
 bool clQUIVRAN::EnviarNroItem(qint16 p_ITEM, const QString& p_SubIt)
 {
-    return ErrorMessage::guard(
+    return ScreenErrors::guard(
+        ScreenErrors::Layout::DescriptionThenLabel,
         QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN.EnviarNroItem]"), [&] {
             if (p_SubIt.isEmpty())
                 return false;
@@ -222,7 +229,8 @@ bool clQUIVRAN::EnviarNroItem(qint16 p_ITEM, const QString& p_SubIt)
 
 bool clQUIVRAN::Obtener_Insumos(qint32 p_ITEM, Recordset& p_Rs)
 {
-    return ErrorMessage::guard(
+    return ScreenErrors::guard(
+        ScreenErrors::Layout::DescriptionThenLabel,
         QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN.Obtener_Insumos]"), [&] {
             BoundData::open(DischargeStatements::itemInputs(p_ITEM, moduleState().INTERNO), p_Rs);
             return true;

@@ -7,6 +7,8 @@
 
 #include <QtTest>
 
+#include <functional>
+
 using namespace oquivran;
 
 namespace {
@@ -62,6 +64,7 @@ private Q_SLOTS:
     void numberListEndingInSeparatorFails();
     void inputsOfAnItem();
     void inputsOfItemWithoutLines();
+    void failuresShowTextLineBreakAndLabel();
 };
 
 void tst_ItemNumbering::groupUsesTheModuleOperation()
@@ -221,6 +224,37 @@ void tst_ItemNumbering::inputsOfItemWithoutLines()
     QVERIFY(rs.eof());
     QVERIFY(rs.fieldNames().contains(QStringLiteral("RALCAN")));
     QVERIFY(messages.messages.isEmpty());
+}
+
+void tst_ItemNumbering::failuresShowTextLineBreakAndLabel()
+{
+    DischargeFixture f;
+    MessageRecorder messages;
+    seed(f);
+    // Without the discharge lines' table every member's statement fails.
+    DischargeFixture::run(f.discharge(), "drop table DIP");
+    clQUIVRAN component;
+    Recordset rs;
+    const QList<std::pair<std::function<bool()>, QString>> members = {
+        {[&] { return component.EnviarGrupoIdSub(QString(), "1", "2"); },
+         " - seccion [cQUIVRAN.EnviarGroupIdSub]::"},
+        {[&] { return component.ResetIdItems(); }, " - seccion [oQUIVRAN.clQUIVRAN_ResetIdITtems]"},
+        {[&] { return component.EnviarNroItem(1, "1"); },
+         " - seccion [oQUIVRAN.clQUIVRAN.EnviarNroItem]"},
+        {[&] { return component.Obtener_Insumos(1, rs); },
+         " - seccion [oQUIVRAN.clQUIVRAN.Obtener_Insumos]"},
+    };
+    for (const auto& [member, label] : members) {
+        messages.messages.clear();
+        QVERIFY(!member());
+        QCOMPARE(messages.messages.size(), 1);
+        QCOMPARE(messages.lastStyle(), 16);
+        // The error's text, one line break, the label: no error number, no empty line.
+        const QStringList parts = messages.lastPrompt().split(QStringLiteral("\r\n"));
+        QCOMPARE(parts.size(), 2);
+        QVERIFY2(parts[0].contains(QStringLiteral("DIP")), qPrintable(parts[0]));
+        QCOMPARE(parts[1], label);
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_ItemNumbering)
