@@ -145,48 +145,42 @@ bool modManejoInsumos::Obtener_RIP_A_DIP(const QString& inputCode, double requir
             // Stock lines are read in FIFO order only until the requirement is covered.
             double taken = 0;
             bool covered = false;
-            const qsizetype linesBefore = state.candidateLines.size();
-            bool found = false;
-            try {
-                found = BoundData::forEachRow(
-                    DischargeStatements::stockOfInput(inputCode), [&](const Recordset& rs) {
-                        DipCandidate line = proposed;
-                        line.declaration = text(rs, QStringLiteral("sINTDCL"));
-                        line.inputCode = text(rs, QStringLiteral("ARTNRO"));
-                        line.item = whole(rs, QStringLiteral("ARTITM"));
-                        line.subItem = whole(rs, QStringLiteral("ARTSBT"));
-                        line.tariffPosition = text(rs, QStringLiteral("ARTNCM"));
-                        line.unitPrice = real(rs, QStringLiteral("ARTPRE"));
-                        line.ctc = TextRules::trim(text(rs, QStringLiteral("ARTCTC")));
-                        line.exportReference = TextRules::trim(text(rs, QStringLiteral("INSEXP")));
-                        const double available = real(rs, QStringLiteral("ARTDSC"));
-                        state.candidateLines.append(line);
-                        DipCandidate& appended = state.candidateLines.last();
+            // A run-time error part way through leaves the lines built so far in the list:
+            // nothing done before an error is undone.
+            const bool found = BoundData::forEachRow(
+                DischargeStatements::stockOfInput(inputCode), [&](const Recordset& rs) {
+                    DipCandidate line = proposed;
+                    line.declaration = text(rs, QStringLiteral("sINTDCL"));
+                    line.inputCode = text(rs, QStringLiteral("ARTNRO"));
+                    line.item = whole(rs, QStringLiteral("ARTITM"));
+                    line.subItem = whole(rs, QStringLiteral("ARTSBT"));
+                    line.tariffPosition = text(rs, QStringLiteral("ARTNCM"));
+                    line.unitPrice = real(rs, QStringLiteral("ARTPRE"));
+                    line.ctc = TextRules::trim(text(rs, QStringLiteral("ARTCTC")));
+                    line.exportReference = TextRules::trim(text(rs, QStringLiteral("INSEXP")));
+                    const double available = real(rs, QStringLiteral("ARTDSC"));
+                    state.candidateLines.append(line);
+                    DipCandidate& appended = state.candidateLines.last();
 
-                        // Exact equality of reals, and on the completing line the whole running
-                        // total rather than what that stock line gives: both as the system has
-                        // them.
-                        if (taken + available == requiredQuantity) {
-                            taken += available;
-                            appended.quantity = NumberFormat::rounded(taken, state.valueFormat);
-                            covered = true;
-                            return false;
-                        }
-                        if (taken + available < requiredQuantity) {
-                            appended.quantity = NumberFormat::rounded(available, state.valueFormat);
-                            taken += available;
-                            return true;
-                        }
-                        appended.quantity = NumberFormat::rounded(
-                            std::fabs(taken - requiredQuantity), state.valueFormat);
+                    // Exact equality of reals, and on the completing line the whole running
+                    // total rather than what that stock line gives: both as the system has
+                    // them.
+                    if (taken + available == requiredQuantity) {
+                        taken += available;
+                        appended.quantity = NumberFormat::rounded(taken, state.valueFormat);
                         covered = true;
                         return false;
-                    });
-            } catch (...) {
-                // A stock query that fails part way proposes none of its lines.
-                state.candidateLines.resize(linesBefore);
-                throw;
-            }
+                    }
+                    if (taken + available < requiredQuantity) {
+                        appended.quantity = NumberFormat::rounded(available, state.valueFormat);
+                        taken += available;
+                        return true;
+                    }
+                    appended.quantity = NumberFormat::rounded(std::fabs(taken - requiredQuantity),
+                                                              state.valueFormat);
+                    covered = true;
+                    return false;
+                });
             if (!found) {
                 if (obligatory != 1) {
                     Messages::show(

@@ -355,8 +355,8 @@ void tst_modManejoInsumos::firstFailureStopsTheLoop()
 }
 
 // Stock lines are read in FIFO order only until the requirement is covered: a later line whose
-// item does not fit 16 bits is never reached for 5, and stops the allocation for 15 with none
-// of that input's lines proposed.
+// item does not fit 16 bits is never reached for 5, and stops the allocation for 15 with the
+// line built before it still proposed (nothing done before an error is undone).
 void tst_modManejoInsumos::stockBeyondCoverageIsNotRead()
 {
     DischargeFixture f;
@@ -370,7 +370,9 @@ void tst_modManejoInsumos::stockBeyondCoverageIsNotRead()
 
     state().relationList = {relation("ART1", 15)};
     QVERIFY(!modManejoInsumos::Obtener_INS_A_DIP());
-    QVERIFY(state().candidateLines.isEmpty());
+    QCOMPARE(state().candidateLines.size(), 1);
+    QCOMPARE(state().candidateLines[0].declaration, QStringLiteral("D1"));
+    QCOMPARE(state().candidateLines[0].quantity, 10.0);
     QCOMPARE(messages.messages.size(), 1);
     QVERIFY(messages.messages[0].prompt.contains(QStringLiteral("Obtener_RIP_A_DIP")));
     QVERIFY(messages.messages[0].prompt.startsWith(QStringLiteral("Overflow")));
