@@ -180,21 +180,16 @@ bool frmModificar::f_Aceptar()
             NumberFormat::rounded(NumberText::toNumber(m_txtPerdida->text()), state.secondFormat);
         line.ctc = m_txtCTC->text();
         line.exportReference = m_txtEXP->text();
-        // Both statements are built before either runs: a value the database cannot take
-        // stops the edit with nothing written.
-        const QString ctcUpdate =
-            line.ctc.isEmpty()
-                ? QString()
-                : ScreenStatements::updateCtc(line.ctc, line.declaration, line.tariffPosition);
-        const QString referenceUpdate =
-            line.exportReference.isEmpty()
-                ? QString()
-                : ScreenStatements::updateExportReference(line.exportReference, line.declaration,
-                                                          line.tariffPosition);
+        // The C.T.C. update runs before the export reference's statement is built: a value
+        // refused there leaves the C.T.C. update done (and remembered), as each statement
+        // takes effect on its own (with atomic writes on, the unit takes neither).
         const bool written = WriteUnit::run([&] {
-            if (!ctcUpdate.isEmpty() && BoundData::execute(ctcUpdate) > 0)
+            if (!line.ctc.isEmpty() && BoundData::execute(ScreenStatements::updateCtc(
+                                           line.ctc, line.declaration, line.tariffPosition)) > 0)
                 SetCTC(line.declaration, line.tariffPosition, line.ctc);
-            if (!referenceUpdate.isEmpty() && BoundData::execute(referenceUpdate) > 0)
+            if (!line.exportReference.isEmpty() &&
+                BoundData::execute(ScreenStatements::updateExportReference(
+                    line.exportReference, line.declaration, line.tariffPosition)) > 0)
                 SetEXP(line.declaration, line.tariffPosition, line.exportReference);
             return true;
         });
