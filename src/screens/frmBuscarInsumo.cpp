@@ -55,6 +55,15 @@ QString shown(const Recordset& rs, const QString& field)
     return ValueConversion::toText(value);
 }
 
+// A number of the row: a null ends the filling as a shown field's does.
+double number(const Recordset& rs, const QString& field)
+{
+    const QVariant value = rs.value(field);
+    if (value.isNull())
+        throw RuntimeError(94, QStringLiteral("Invalid use of Null"));
+    return ValueConversion::toReal(value);
+}
+
 // A field joined to an empty text: a null shows as "".
 QString joined(const Recordset& rs, const QString& field)
 {
@@ -163,8 +172,8 @@ void frmBuscarInsumo::fillList(const QString& text)
         state.extendedDecimals ? state.valueFormat : QStringLiteral("00.00");
     m_lstInsumos->setVisible(false);
     for (; !rs.eof(); rs.moveNext()) {
-        const double available = ValueConversion::toReal(rs.value(QStringLiteral("ARTDSC")));
-        const QVariant authorised = rs.value(QStringLiteral("INTIOK"));
+        const double available = number(rs, QStringLiteral("ARTDSC"));
+        const double authorised = number(rs, QStringLiteral("INTIOK"));
         QStringList texts;
         texts << shown(rs, QStringLiteral("ARTNRO")) << shown(rs, QStringLiteral("DIT"))
               << shown(rs, QStringLiteral("ARTNCM"))
@@ -174,7 +183,7 @@ void frmBuscarInsumo::fillList(const QString& text)
               << joined(rs, QStringLiteral("ARTCTC")) << joined(rs, QStringLiteral("INSEXP"));
         QTreeWidgetItem* row = ListViewRows::append(m_lstInsumos, texts);
         // Exhausted stock and declarations not yet authorised are listed greyed, selectable.
-        if (ValueConversion::toReal(authorised) != 1 || available <= 0)
+        if (authorised != 1 || available <= 0)
             ListViewRows::paint(row, ListViewRows::grey(), Expiry);
     }
 }

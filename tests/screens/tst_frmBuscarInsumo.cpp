@@ -64,6 +64,7 @@ private Q_SLOTS:
     void quoteIsSearchedAsBlank();
     void blankTextGivesMessage();
     void exhaustedStockGreyedOrHidden();
+    void nullAvailabilityEndsTheFilling();
     void enterOrDoubleClickOnEmptyListDoesNothing();
     void escapeFromLoadKeepsResults();
 };
@@ -207,6 +208,42 @@ void tst_frmBuscarInsumo::exhaustedStockGreyedOrHidden()
                 QCOMPARE(row->foreground(column).color() == QColor(192, 192, 192), greyed);
             QCOMPARE(row->foreground(5).style(), Qt::NoBrush);
         }
+    });
+    QVERIFY(runOnAllocation(script));
+}
+
+// A null in a column other than the C.T.C. and the export reference ends the filling through
+// the search's handler; the lines added before it stay.
+void tst_frmBuscarInsumo::nullAvailabilityEndsTheFilling()
+{
+    DischargeFixture f;
+    MessageRecorder recorder;
+    scenario::seed(f);
+    // A host's own stock table may allow a null availability: the same table without its
+    // NOT NULL constraints.
+    for (const char* sql : {"create table INS_OPEN as select * from INS", "drop table INS",
+                            "alter table INS_OPEN rename to INS"})
+        DischargeFixture::run(f.discharge(), QString::fromLatin1(sql));
+    f.addDeclaration(QStringLiteral("D3"), QDate(2026, 3, 1), 1, QDate(2027, 9, 30));
+    // Listed by expiry: D2, then D1 (its availability null), then D3.
+    for (const char* declaration : {"D1", "D2", "D3"})
+        f.addStock(QString::fromLatin1(declaration), QStringLiteral("IN8"), 1, 1, 5, 1,
+                   scenario::tariff, QStringLiteral("C"), QString(), 5);
+    DischargeFixture::run(f.discharge(),
+                          "update INS set ARTDSC = NULL where INTDCL = 'D1' and ARTNRO = 'IN8'");
+    scenario::discharge(f, QStringLiteral("PRD1"));
+    ScreenScript script;
+    onSearch(script, [&](QWidget* screen) {
+        control<QCheckBox>(screen, "chSoloDisponibles")->setChecked(false);
+        recorder.clear();
+        search(screen, QStringLiteral("IN8"));
+        QCOMPARE(recorder.messages.size(), 1);
+        QCOMPARE(recorder.lastPrompt(), QStringLiteral("94\r\nInvalid use of Null"));
+        QCOMPARE(recorder.lastStyle(), 16);
+        QTreeWidget* list = results(screen);
+        QVERIFY(list->isVisible());
+        QCOMPARE(list->topLevelItemCount(), 1);
+        QCOMPARE(list->topLevelItem(0)->text(1), QStringLiteral("D2"));
     });
     QVERIFY(runOnAllocation(script));
 }
