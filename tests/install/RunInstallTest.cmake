@@ -14,3 +14,17 @@ run(${CMAKE_COMMAND} -S ${WORK_DIR}/consumer-src -B ${WORK_DIR}/consumer-build -
     -DCMAKE_PREFIX_PATH=${WORK_DIR}/prefix -DCMAKE_BUILD_TYPE=Release)
 run(${CMAKE_COMMAND} --build ${WORK_DIR}/consumer-build)
 run(${WORK_DIR}/consumer-build/oquivran-consumer ${WORK_DIR}/consumer.db)
+# The installed sample host runs without LD_LIBRARY_PATH: it finds the installed library
+# through its own run path, and the installed forms.
+set(installed_host ${WORK_DIR}/prefix/bin/oquivran-host)
+set(host_env ${CMAKE_COMMAND} -E env --unset=LD_LIBRARY_PATH XDG_DATA_HOME=${WORK_DIR}/data)
+file(REMOVE_RECURSE ${WORK_DIR}/data)
+run(${host_env} ${installed_host} --help)
+run(${host_env} ${installed_host} init)
+execute_process(COMMAND ${host_env} ${installed_host} discharge --all RESULT_VARIABLE result)
+# The sample's sub-item 4 draws on a declaration without C.T.C.: refused (4), the rest done.
+if(NOT result EQUAL 4)
+    message(FATAL_ERROR "the installed host's discharge --all ended with ${result}")
+endif()
+run(${host_env} ${installed_host} number)
+run(${host_env} ${installed_host} print --report control --out ${WORK_DIR}/control.pdf)
