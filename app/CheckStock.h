@@ -8,11 +8,11 @@
 
 // The stock invariant of the discharge database: every stock line's available quantity
 // ARTDSC equals its declared quantity ARTCAT less the sum of the quantities DIPCAN discharged
-// from it, over every operation.
+// from it, over every operation, and that sum never exceeds ARTCAT.
 class CheckStock
 {
 public:
-    // A stock line whose ARTDSC differs from ARTCAT - sum(DIPCAN).
+    // A stock line that breaks the invariant.
     struct Difference
     {
         QString declaration;
@@ -23,16 +23,31 @@ public:
         double discharged = 0;
         double available = 0;
         double expected = 0;
+        // The operations whose discharge lines draw on the stock line, comma-separated.
+        QString operations;
+        // More discharged than declared: no availability can be right, so the line is not
+        // repaired; excess() tells by how much.
+        bool overDischarged = false;
+
+        double excess() const { return discharged - declared; }
     };
     using Progress = std::function<void(int checked, int total)>;
 
     explicit CheckStock(const QSqlDatabase& discharge);
 
-    // The stock lines that break the invariant (differences above tolerance), in
-    // declaration order. progress, when set, is told every 500 lines and at the end.
-    QList<Difference> differences(const Progress& progress = {}, double tolerance = 1e-6) const;
-    // Writes the expected ARTDSC on each line. False when an update failed (error set).
-    bool repair(const QList<Difference>& differences, QString& error) const;
+    // Why the database cannot be checked: not a database, damaged, without tables, or without
+    // the stock (INS) or discharge (DIP) table or one of their columns. Empty when it can.
+    QString problem() const;
+    // The number of stock lines.
+    int stockLineCount() const;
+    // Fills differences with the stock lines that break the invariant (differences above
+    // tolerance), in declaration order; progress, when set, is told every 500 lines and at the
+    // end. False when a query failed (error set).
+    bool differences(QList<Difference>& differences, QString& error, const Progress& progress = {},
+                     double tolerance = 1e-6) const;
+    // Writes the expected ARTDSC on each line that is not over-discharged and returns how many
+    // were written; -1 when an update failed (error set).
+    int repair(const QList<Difference>& differences, QString& error) const;
 
 private:
     QSqlDatabase m_discharge;

@@ -10,6 +10,11 @@ ConsoleMessages::ConsoleMessages(Answer questions) : m_questions(questions)
         ++m_count;
         m_lastText = prompt;
         const bool question = (style & 0xF) == oquivran::MessageYesNo;
+        const int answer = !question                    ? int(oquivran::AnswerOk)
+                           : m_questions == Answer::Yes ? int(oquivran::AnswerYes)
+                                                        : int(oquivran::AnswerNo);
+        if (m_quiet)
+            return answer;
         QString text = prompt;
         text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
         QTextStream err(stderr);
@@ -18,9 +23,7 @@ ConsoleMessages::ConsoleMessages(Answer questions) : m_questions(questions)
         if (question)
             err << (m_questions == Answer::Yes ? " -> Sí" : " -> No");
         err << Qt::endl;
-        if (!question)
-            return int(oquivran::AnswerOk);
-        return int(m_questions == Answer::Yes ? oquivran::AnswerYes : oquivran::AnswerNo);
+        return answer;
     });
 }
 

@@ -20,6 +20,9 @@ public:
     ConsoleMessages(const ConsoleMessages&) = delete;
     ConsoleMessages& operator=(const ConsoleMessages&) = delete;
 
+    // While quiet, messages are answered as usual but not written.
+    void setQuiet(bool quiet) { m_quiet = quiet; }
+
     // The number of messages shown so far.
     int count() const { return m_count; }
     // The text of the last message.
@@ -27,6 +30,7 @@ public:
 
 private:
     Answer m_questions;
+    bool m_quiet = false;
     int m_count = 0;
     QString m_lastText;
 };

@@ -5,6 +5,7 @@
 #include "ConsoleMessages.h"
 #include "ExpiryOutput.h"
 #include "ExportOperation.h"
+#include "FontFit.h"
 #include "HostDatabases.h"
 #include "HostSettings.h"
 #include "SampleData.h"
@@ -13,9 +14,14 @@
 #include <oquivran/oquivran.h>
 
 #include <QDate>
+#include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QLocale>
+#include <QSettings>
+#include <QTemporaryDir>
 #include <QTextStream>
 
 namespace {
@@ -27,7 +33,7 @@ struct Subcommand
 };
 
 const Subcommand subcommands[] = {
-    {"init", "crea las dos bases con la muestra (--force las reemplaza)"},
+    {"init", "crea con la muestra las bases que faltan (--force reemplaza las dos)"},
     {"discharge",
      "descarga un subítem (--subitem N) o todos (--all) como los propone el componente"},
     {"remove", "elimina la descarga de un subítem (--subitem N) o de todos (--all)"},
@@ -56,6 +62,13 @@ const char* atomicWritesText =
     "varios operadores pueden descargar de la misma base a la vez, y una descarga que\n"
     "otro operador dejó sin stock se rechaza sin escribir nada.\n";
 
+// The ranges the print options accept.
+constexpr int minimumFontSize = 4;
+constexpr int maximumFontSize = 72;
+constexpr int minimumLines = 10;
+constexpr int maximumLines = 300;
+constexpr int sheetCount = 5;
+
 QTextStream& out()
 {
     static QTextStream stream(stdout);
@@ -68,31 +81,39 @@ QTextStream& err()
     return stream;
 }
 
-QString decimalText(double value, int decimals = 4)
-{
-    return HostText::decimal(value, decimals);
-}
-
-const QList<TextTable::Align> lineAligns = {
-    TextTable::Align::Right, TextTable::Align::Left,  TextTable::Align::Left,
-    TextTable::Align::Right, TextTable::Align::Right, TextTable::Align::Right,
-    TextTable::Align::Right, TextTable::Align::Right, TextTable::Align::Left};
-
 TextTable linesTable()
 {
-    return TextTable(
-        {"Subítem", "Despacho", "Insumo", "Ítem", "Sub", "Cantidad", "Real", "CIF unit.", "C.T.C."},
-        lineAligns);
+    using Align = TextTable::Align;
+    return TextTable({{"Subítem", "subitem", Align::Right},
+                      {"Despacho", "declaration"},
+                      {"Insumo", "input"},
+                      {"Ítem", "item", Align::Right},
+                      {"Sub", "sub", Align::Right},
+                      {"Cantidad", "quantity", Align::Right, 4},
+                      {"Real", "real_quantity", Align::Right, 4},
+                      {"CIF unit.", "unit_price", Align::Right, 6},
+                      {"C.T.C.", "ctc"}});
 }
 
 void addLines(TextTable& table, const QList<DischargeLine>& lines)
 {
     for (const DischargeLine& l : lines) {
-        table.addRow({QString::number(l.subItem), l.declaration, l.input,
-                      QString::number(l.stockItem), QString::number(l.stockSubItem),
-                      decimalText(l.quantity), decimalText(l.realQuantity),
-                      decimalText(l.unitPrice, 6), l.ctc});
+        table.addValues({l.subItem, l.declaration, l.input, l.stockItem, l.stockSubItem, l.quantity,
+                         l.realQuantity, l.unitPrice, l.ctc});
     }
+}
+
+// A whole-number option within a range; false with the message printed when it is not.
+bool wholeOption(const QCommandLineParser& parser, const QString& name, int minimum, int maximum,
+                 int& value)
+{
+    bool ok = false;
+    value = parser.value(name).toInt(&ok);
+    if (ok && value >= minimum && value <= maximum)
+        return true;
+    err() << "Valor inválido para --" << name << ": " << parser.value(name) << " (un número de "
+          << minimum << " a " << maximum << ")\n";
+    return false;
 }
 
 // A date option as the component reads dates: ISO text becomes the locale's day and month
@@ -166,17 +187,22 @@ int HostCommands::run(const QStringList& arguments)
     addCommonOptions();
     const QCommandLineOption subItem("subitem", "Subítem de la operación.", "n");
     const QCommandLineOption all("all", "Todos los subítems de la operación.");
+    const QCommandLineOption format(
+        "format", "Formato del resultado: table (por omisión), csv o json.", "formato", "table");
     if (m_name == u"init") {
         m_parser.addOption({"force", "Reemplaza las bases existentes."});
     } else if (m_name == u"discharge") {
         m_parser.addOptions({subItem,
                              all,
+                             format,
                              {"accept-incomplete", "Descarga aunque falte stock de algún insumo."},
                              {"restar-merma", "Resta merma y pérdida de la cantidad real."}});
     } else if (m_name == u"remove") {
-        m_parser.addOptions({subItem, all});
+        m_parser.addOptions({subItem, all, format});
+    } else if (m_name == u"number") {
+        m_parser.addOption(format);
     } else if (m_name == u"inputs") {
-        m_parser.addOption({"item", "Ítem de la operación.", "n"});
+        m_parser.addOptions({{"item", "Ítem de la operación.", "n"}, format});
     } else if (m_name == u"print") {
         m_parser.addOptions({
             {"report", "declaracion, control o comparativo (por omisión declaracion).", "reporte",
@@ -188,13 +214,23 @@ int HostCommands::run(const QStringList& arguments)
             {"date", "Fecha de oficialización (AAAA-MM-DD o en el formato local).", "fecha"},
             {"invoices", "Facturas (por omisión las de la operación).", "facturas"},
             {"sheet", "Foja del formulario, 1 a 5.", "n"},
+            {"font-size",
+             QStringLiteral("Tamaño de fuente, %1 a %2 (por omisión el mayor con el que la línea "
+                            "más larga del reporte entra en la hoja).")
+                 .arg(minimumFontSize)
+                 .arg(maximumFontSize),
+             "n"},
             {"subregimen", "Subrégimen impreso en el formulario.", "texto"},
             {"aduana", "Aduana impresa en el formulario.", "texto"},
             {"forms", "Carpeta de los formularios adjN.kbx.", "carpeta"},
-            {"lines", "Líneas por hoja.", "n"},
+            {"lines",
+             QStringLiteral("Líneas por hoja, %1 a %2.").arg(minimumLines).arg(maximumLines), "n"},
         });
     } else if (m_name == u"check-stock") {
-        m_parser.addOption({"repair", "Recalcula ARTDSC de las líneas con diferencias."});
+        m_parser.addOptions(
+            {{"repair",
+              "Recalcula ARTDSC de las líneas con diferencias (no las sobre-descargadas)."},
+             format});
     } else if (m_name == u"expiring") {
         m_parser.addOptions({
             {"days",
@@ -214,6 +250,16 @@ int HostCommands::run(const QStringList& arguments)
     int exitCode = Success;
     if (!parse(arguments, exitCode))
         return exitCode;
+    const bool takesFormat = m_name != u"init" && m_name != u"print";
+    if (takesFormat && m_parser.isSet("format") &&
+        !TextTable::parseFormat(m_parser.value("format"), m_format)) {
+        err() << "Formato desconocido: " << m_parser.value("format") << " (table, csv o json)\n";
+        return UsageError;
+    }
+    if (m_name == u"print") {
+        if (const int checked = checkPrintOptions(); checked != Success)
+            return checked;
+    }
     if (m_name == u"init")
         return init();
     if (const int opened = openDatabases(); opened != Success)
@@ -224,8 +270,8 @@ int HostCommands::run(const QStringList& arguments)
         return expiring();
     if (const int loaded = loadOperation(); loaded != Success)
         return loaded;
-    ConsoleMessages messages(m_parser.isSet("yes") ? ConsoleMessages::Answer::Yes
-                                                   : ConsoleMessages::Answer::No);
+    m_messages = std::make_unique<ConsoleMessages>(
+        m_parser.isSet("yes") ? ConsoleMessages::Answer::Yes : ConsoleMessages::Answer::No);
     if (m_name == u"discharge")
         return discharge();
     if (m_name == u"remove")
@@ -346,25 +392,29 @@ int HostCommands::init()
     const QString dischargePath =
         HostDatabases::location(m_parser, HostDatabases::Which::Discharge);
     const QString hostPath = HostDatabases::location(m_parser, HostDatabases::Which::Host);
-    const bool exists = HostDatabases::exists(dischargePath, HostDatabases::Which::Discharge) ||
-                        HostDatabases::exists(hostPath, HostDatabases::Which::Host);
-    if (exists && !m_parser.isSet("force")) {
+    const bool force = m_parser.isSet("force");
+    if (!force && HostDatabases::exists(dischargePath, HostDatabases::Which::Discharge) &&
+        HostDatabases::exists(hostPath, HostDatabases::Which::Host)) {
         err() << "Las bases ya existen (use --force para reemplazarlas): " << dischargePath << ", "
               << hostPath << '\n';
         return UsageError;
     }
     HostDatabases databases;
-    if (!databases.remove(dischargePath, HostDatabases::Which::Discharge) ||
-        !databases.remove(hostPath, HostDatabases::Which::Host)) {
+    if (force && (!databases.remove(dischargePath, HostDatabases::Which::Discharge) ||
+                  !databases.remove(hostPath, HostDatabases::Which::Host))) {
         err() << databases.errorText() << '\n';
         return DatabaseMissing;
     }
-    if (databases.open(dischargePath, hostPath, HostDatabases::Missing::CreateSample) !=
+    // Only what is missing is created: an existing database keeps its data.
+    if (databases.open(dischargePath, hostPath, HostDatabases::Missing::CreateMissing) !=
         HostDatabases::Status::Created) {
         err() << databases.errorText() << '\n';
         return DatabaseMissing;
     }
-    out() << "Bases de muestra creadas:\n  " << dischargePath << "\n  " << hostPath << '\n';
+    out() << "Bases de muestra creadas:\n";
+    for (const auto& [path, created] : {std::pair(dischargePath, databases.createdDischarge()),
+                                        std::pair(hostPath, databases.createdHost())})
+        out() << "  " << path << (created ? "" : " (ya existía, se conserva)") << '\n';
     return Success;
 }
 
@@ -376,20 +426,23 @@ int HostCommands::discharge()
         return exitCode;
     m_component->Restar_PerMer(m_parser.isSet("restar-merma"));
     const bool acceptIncomplete = m_parser.isSet("accept-incomplete");
+    using Align = TextTable::Align;
     TextTable lines = linesTable();
-    TextTable totals({"Subítem", "Catálogo", "Producto", "Cantidad", "Resultado",
-                      "Cant. descontada", "CIF descontado"},
-                     {TextTable::Align::Right, TextTable::Align::Left, TextTable::Align::Left,
-                      TextTable::Align::Right, TextTable::Align::Left, TextTable::Align::Right,
-                      TextTable::Align::Right});
+    TextTable totals({{"Subítem", "subitem", Align::Right},
+                      {"Catálogo", "catalog"},
+                      {"Producto", "product"},
+                      {"Cantidad", "quantity", Align::Right, 2},
+                      {"Resultado", "result"},
+                      {"Cant. descontada", "discharged_quantity", Align::Right, 4},
+                      {"CIF descontado", "discharged_cif", Align::Right, 2}});
     int done = 0;
     for (int idsub : selected) {
         const SubItem& s = *m_operation->subItem(idsub);
         err() << "[" << ++done << "/" << selected.size() << "] subítem " << idsub << " "
               << s.catalog << "/" << s.product << Qt::endl;
         QString result;
-        QString quantity;
-        QString cif;
+        QVariant quantity;
+        QVariant cif;
         if (m_operation->hasLines(idsub)) {
             // Discharging again would write its lines twice.
             result = QStringLiteral("ya descargado");
@@ -402,21 +455,19 @@ int HostCommands::discharge()
             m_operation->setOn(*m_component, s);
             if (oquivran::dischargeAsProposed(acceptIncomplete)) {
                 result = QStringLiteral("descargado");
-                quantity = decimalText(m_component->CantidadDescontada());
-                cif = decimalText(m_component->CIFDescontado(), 2);
+                quantity = m_component->CantidadDescontada();
+                cif = m_component->CIFDescontado();
                 addLines(lines, m_operation->dischargeLines(idsub));
             } else {
                 result = QStringLiteral("RECHAZADO");
                 exitCode = Refused;
             }
         }
-        totals.addRow({QString::number(idsub), s.catalog, s.product, decimalText(s.quantity, 2),
-                       result, quantity, cif});
+        totals.addValues({idsub, s.catalog, s.product, s.quantity, result, quantity, cif});
     }
-    out() << "Operación " << m_operation->interno() << " - líneas escritas\n"
-          << lines.toText() << '\n'
-          << "Totales\n"
-          << totals.toText();
+    write({{"operation", m_operation->interno()}},
+          {{"lines", "Operación " + m_operation->interno() + " - líneas escritas", &lines},
+           {"totals", "Totales", &totals}});
     if (exitCode == Refused)
         err() << "Hubo descargas rechazadas.\n";
     return exitCode;
@@ -428,24 +479,26 @@ int HostCommands::remove()
     const QList<int> selected = selectedSubItems(exitCode);
     if (selected.isEmpty())
         return exitCode;
-    TextTable table({"Subítem", "Líneas eliminadas", "Resultado"},
-                    {TextTable::Align::Right, TextTable::Align::Right, TextTable::Align::Left});
+    using Align = TextTable::Align;
+    TextTable table({{"Subítem", "subitem", Align::Right},
+                     {"Líneas eliminadas", "removed_lines", Align::Right},
+                     {"Resultado", "result"}});
     for (int idsub : selected) {
         const SubItem& s = *m_operation->subItem(idsub);
         const int lineCount = int(m_operation->dischargeLines(idsub).size());
         if (lineCount == 0) {
-            table.addRow(
-                {QString::number(idsub), QStringLiteral("0"), QStringLiteral("sin descarga")});
+            table.addValues({idsub, 0, QStringLiteral("sin descarga")});
             continue;
         }
         m_operation->setOn(*m_component, s);
         const bool removed = m_component->EliminarInsumo();
         if (!removed)
             exitCode = Refused;
-        table.addRow({QString::number(idsub), QString::number(lineCount),
-                      removed ? QStringLiteral("eliminado") : QStringLiteral("FALLÓ")});
+        table.addValues(
+            {idsub, lineCount, removed ? QStringLiteral("eliminado") : QStringLiteral("FALLÓ")});
     }
-    out() << "Operación " << m_operation->interno() << '\n' << table.toText();
+    write({{"operation", m_operation->interno()}},
+          {{"subitems", "Operación " + m_operation->interno(), &table}});
     return exitCode;
 }
 
@@ -456,20 +509,25 @@ int HostCommands::number()
         err() << "La numeración de ítems falló.\n";
         return Failed;
     }
-    TextTable table({"Ítem", "Subítems", "Líneas numeradas"},
-                    {TextTable::Align::Right, TextTable::Align::Left, TextTable::Align::Right});
+    using Align = TextTable::Align;
+    TextTable table({{"Ítem", "item", Align::Right},
+                     {"Subítems", "subitems"},
+                     {"Líneas numeradas", "numbered_lines", Align::Right},
+                     {"Estado", "status"}});
     const QList<DischargeLine> lines = m_operation->dischargeLines();
     for (int item : m_operation->items()) {
         int count = 0;
         for (const DischargeLine& l : lines)
             count += l.exportItem == item ? 1 : 0;
-        table.addRow({QString::number(item), m_operation->itemSubItems(item),
-                      skipped.contains(item) ? QStringLiteral("sin descarga, no numerado")
-                                             : QString::number(count)});
+        const bool numbered = !skipped.contains(item);
+        table.addValues(
+            {item, m_operation->itemSubItems(item), numbered ? QVariant(count) : QVariant(),
+             numbered ? QStringLiteral("numerado") : QStringLiteral("sin descarga, no numerado")});
     }
     for (int item : skipped)
         err() << "El ítem " << item << " tiene subítems sin descarga: no se numera.\n";
-    out() << "Operación " << m_operation->interno() << '\n' << table.toText();
+    write({{"operation", m_operation->interno()}},
+          {{"items", "Operación " + m_operation->interno(), &table}});
     return Success;
 }
 
@@ -489,19 +547,37 @@ int HostCommands::inputs()
     if (!m_component->Obtener_Insumos(item, rs))
         return Failed;
     const QStringList fields = rs.fieldNames();
-    TextTable table(fields);
+    QList<TextTable::Column> columns;
+    for (const QString& field : fields) {
+        const bool numeric = field.compare(u"ARTITM", Qt::CaseInsensitive) == 0 ||
+                             field.compare(u"ARTSBT", Qt::CaseInsensitive) == 0 ||
+                             field.compare(u"RALCAN", Qt::CaseInsensitive) == 0;
+        const bool real = field.compare(u"RALCAN", Qt::CaseInsensitive) == 0;
+        columns << TextTable::Column{HostText::inputHeading(field), HostText::inputKey(field),
+                                     numeric ? TextTable::Align::Right : TextTable::Align::Left,
+                                     real ? 2 : -1};
+    }
+    TextTable table(columns);
     for (rs.moveFirst(); !rs.eof(); rs.moveNext()) {
-        QStringList row;
+        QVariantList row;
         for (const QString& field : fields) {
             const QVariant value = rs.value(field);
-            row << (value.typeId() == QMetaType::QDate ? value.toDate().toString(Qt::ISODate)
-                                                       : value.toString());
+            if (value.typeId() == QMetaType::QDate)
+                row << value.toDate().toString(Qt::ISODate);
+            else if (field.compare(u"RALCAN", Qt::CaseInsensitive) == 0)
+                row << HostText::number(value);
+            else
+                row << value;
         }
-        table.addRow(row);
+        table.addValues(row);
     }
-    out() << "Operación " << m_operation->interno() << " - insumos del ítem " << item << " ("
-          << table.rowCount() << ")\n"
-          << table.toText();
+    write({{"operation", m_operation->interno()}, {"item", item}},
+          {{"inputs",
+            QStringLiteral("Operación %1 - insumos del ítem %2 (%3)")
+                .arg(m_operation->interno())
+                .arg(item)
+                .arg(table.rowCount()),
+            &table}});
     return Success;
 }
 
@@ -535,11 +611,24 @@ int HostCommands::print()
         err() << "Indique el archivo de salida con --out ARCHIVO.\n";
         return UsageError;
     }
+    // A folder that does not exist or cannot be written is said plainly, before printing.
+    const QFileInfo target(QFileInfo(path).absoluteFilePath());
+    const QFileInfo folder(target.absolutePath());
+    if (!folder.isDir()) {
+        err() << "No existe la carpeta de salida: " << folder.filePath() << '\n';
+        return Failed;
+    }
+    if (!folder.isWritable() || (target.exists() && (target.isDir() || !target.isWritable()))) {
+        err() << "No se puede escribir " << target.filePath() << " (sin permiso de escritura"
+              << (target.isDir() ? ", es una carpeta" : "") << ")\n";
+        return Failed;
+    }
     request.officialNumber = m_parser.value("aat");
     request.officialDate = dateText(m_parser.value("date"));
     request.invoices = m_parser.value("invoices");
     request.sheet = m_parser.value("sheet");
     request.linesPerPage = qint16(m_parser.value("lines").toInt());
+    request.fontSize = qint16(m_parser.value("font-size").toInt());
     request.progress = [](const QString& text) {
         err() << text << Qt::endl;
     };
@@ -547,13 +636,30 @@ int HostCommands::print()
     m_component->Aduana(m_parser.value("aduana"));
     if (m_parser.isSet("forms"))
         m_component->Dir_Formularios(m_parser.value("forms"));
+    // A size chosen to fit is this print's alone: the operator's saved size stays.
+    QSettings settings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("oQUIVRAN"),
+                       QStringLiteral("oQUIVRAN"));
+    const QString fontSizeKey = QStringLiteral("IMPRESION/IMPTAM");
+    const QVariant savedFontSize = settings.value(fontSizeKey);
+    const bool fitted =
+        request.output != oquivran::PrintOutput::Text && !m_parser.isSet("font-size");
+    if (fitted)
+        request.fontSize = qint16(fittingFontSize(request));
 
     // The text method appends pages: start from an empty file.
-    const QString absolute = QFileInfo(path).absoluteFilePath();
+    const QString absolute = target.absoluteFilePath();
     QFile::remove(absolute);
     const bool text = request.output == oquivran::PrintOutput::Text;
     qputenv(text ? "OQUIVRAN_TEXT_OUTPUT" : "OQUIVRAN_PDF_OUTPUT", absolute.toLocal8Bit());
     const bool printed = oquivran::printReport(request);
+    if (fitted) {
+        settings.sync();
+        if (savedFontSize.isValid())
+            settings.setValue(fontSizeKey, savedFontSize);
+        else
+            settings.remove(fontSizeKey);
+        settings.sync();
+    }
     if (!printed || !QFileInfo::exists(absolute)) {
         err() << "No se pudo imprimir el reporte.\n";
         return Failed;
@@ -562,35 +668,127 @@ int HostCommands::print()
     return Success;
 }
 
+int HostCommands::fittingFontSize(const oquivran::PrintRequest& request)
+{
+    // The report's lines as text mode prints them, without saying so twice.
+    QTemporaryDir scratch;
+    const QString pages = scratch.filePath(QStringLiteral("pages.txt"));
+    oquivran::PrintRequest measure = request;
+    measure.output = oquivran::PrintOutput::Text;
+    measure.fontSize = 0;
+    measure.progress = [](const QString&) {
+    };
+    const QByteArray before = qgetenv("OQUIVRAN_TEXT_OUTPUT");
+    qputenv("OQUIVRAN_TEXT_OUTPUT", pages.toLocal8Bit());
+    m_messages->setQuiet(true);
+    const bool measured = oquivran::printReport(measure);
+    m_messages->setQuiet(false);
+    qputenv("OQUIVRAN_TEXT_OUTPUT", before);
+    QFile file(pages);
+    if (!measured || !file.open(QIODevice::ReadOnly))
+        return 0; // the print itself tells what is wrong
+    const QString longest = FontFit::longestLine(QString::fromUtf8(file.readAll()));
+
+    // Up to the operator's saved size (the print options screen's default 10), within the
+    // saved left margin; the control listing prints landscape, the others portrait.
+    const QSettings settings(QSettings::NativeFormat, QSettings::UserScope,
+                             QStringLiteral("oQUIVRAN"), QStringLiteral("oQUIVRAN"));
+    bool ok = false;
+    int saved = settings.value(QStringLiteral("IMPRESION/IMPTAM")).toString().toInt(&ok);
+    if (!ok || saved < minimumFontSize || saved > maximumFontSize)
+        saved = 10;
+    const double margin = settings.value(QStringLiteral("IMPRESION/MARGEN"), 15).toDouble();
+    const auto orientation = request.report == oquivran::PrintReport::ControlListing
+                                 ? QPageLayout::Landscape
+                                 : QPageLayout::Portrait;
+    const int size = FontFit::largestFitting(longest, orientation, margin, saved, minimumFontSize);
+    if (FontFit::fits(longest, orientation, margin, size))
+        err() << "Tamaño de fuente " << size << ": el mayor (hasta " << saved
+              << ") con el que la línea más larga del reporte (" << longest.size()
+              << " columnas) entra en la hoja." << Qt::endl;
+    else
+        err() << "Tamaño de fuente " << size << ": la línea más larga del reporte ("
+              << longest.size() << " columnas) no entra en la hoja ni con el menor." << Qt::endl;
+    return size;
+}
+
 int HostCommands::checkStock()
 {
     CheckStock check(m_databases->discharge());
-    const QList<CheckStock::Difference> differences = check.differences([](int checked, int total) {
-        err() << "verificadas " << checked << " de " << total << " líneas de stock" << Qt::endl;
-    });
-    if (differences.isEmpty()) {
-        out() << "Stock correcto: ARTDSC = ARTCAT - suma(DIPCAN) en todas las líneas.\n";
+    const QString path = m_databases->dischargePath();
+    if (const QString problem = check.problem(); !problem.isEmpty()) {
+        err() << "No se puede verificar el stock de " << path << ": " << problem << '\n';
+        return DatabaseMissing;
+    }
+    QList<CheckStock::Difference> found;
+    QString error;
+    if (!check.differences(found, error, [](int checked, int total) {
+            err() << "verificadas " << checked << " de " << total << " líneas de stock" << Qt::endl;
+        })) {
+        err() << "No se puede verificar el stock de " << path << ": " << error << '\n';
+        return DatabaseMissing;
+    }
+    using Align = TextTable::Align;
+    const QList<TextTable::Column> lineColumns = {{"Despacho", "declaration"},
+                                                  {"Insumo", "input"},
+                                                  {"Ítem", "item", Align::Right},
+                                                  {"Sub", "sub", Align::Right},
+                                                  {"ARTCAT", "declared", Align::Right, 4},
+                                                  {"suma(DIPCAN)", "discharged", Align::Right, 4},
+                                                  {"ARTDSC", "available", Align::Right, 4}};
+    TextTable stale(lineColumns +
+                    QList<TextTable::Column>{{"Esperado", "expected", Align::Right, 4}});
+    TextTable over(lineColumns + QList<TextTable::Column>{{"Exceso", "excess", Align::Right, 4},
+                                                          {"Operaciones", "operations"}});
+    for (const CheckStock::Difference& d : found) {
+        const QVariantList values = {d.declaration, d.input,      d.item,     d.subItem,
+                                     d.declared,    d.discharged, d.available};
+        if (d.overDischarged)
+            over.addValues(values + QVariantList{d.excess(), d.operations});
+        else
+            stale.addValues(values + QVariantList{d.expected});
+    }
+    const bool repair = m_parser.isSet("repair");
+    int repaired = 0;
+    if (repair && stale.rowCount() > 0) {
+        repaired = check.repair(found, error);
+        if (repaired < 0) {
+            err() << "No se pudo reparar: " << error << '\n';
+            return Failed;
+        }
+    }
+    QList<Section> sections;
+    if (stale.rowCount() > 0 || m_format != TextTable::Format::Table)
+        sections << Section{
+            "differences",
+            QStringLiteral("Líneas de stock con diferencias: %1").arg(stale.rowCount()), &stale};
+    if (over.rowCount() > 0 || m_format != TextTable::Format::Table)
+        sections << Section{"over_discharged",
+                            QStringLiteral("Líneas de stock sobre-descargadas (suma(DIPCAN) > "
+                                           "ARTCAT): %1")
+                                .arg(over.rowCount()),
+                            &over};
+    if (found.isEmpty() && m_format == TextTable::Format::Table) {
+        out() << "Stock correcto: ARTDSC = ARTCAT - suma(DIPCAN) en las " << check.stockLineCount()
+              << " líneas de stock.\n";
         return Success;
     }
-    TextTable table(
-        {"Despacho", "Insumo", "Ítem", "Sub", "ARTCAT", "suma(DIPCAN)", "ARTDSC", "Esperado"},
-        {TextTable::Align::Left, TextTable::Align::Left, TextTable::Align::Right,
-         TextTable::Align::Right, TextTable::Align::Right, TextTable::Align::Right,
-         TextTable::Align::Right, TextTable::Align::Right});
-    for (const CheckStock::Difference& d : differences) {
-        table.addRow({d.declaration, d.input, QString::number(d.item), QString::number(d.subItem),
-                      decimalText(d.declared), decimalText(d.discharged), decimalText(d.available),
-                      decimalText(d.expected)});
+    write({{"database", path}, {"stock_lines", check.stockLineCount()}, {"repaired", repaired}},
+          sections);
+    if (repair && stale.rowCount() > 0 && m_format == TextTable::Format::Table)
+        out() << "Reparadas " << repaired << " líneas.\n";
+    // A line discharged beyond what was declared has no right availability to write: the
+    // discharges themselves need review.
+    for (const CheckStock::Difference& d : found) {
+        if (d.overDischarged)
+            err() << "Sobre-descargada" << (repair ? ", no se repara" : "") << ": despacho "
+                  << d.declaration << ", insumo " << d.input << ", ítem " << d.item << ", subítem "
+                  << d.subItem << ": " << HostText::decimal(d.excess()) << " más que lo declarado ("
+                  << HostText::decimal(d.discharged) << " descargado de "
+                  << HostText::decimal(d.declared) << ")\n";
     }
-    out() << "Líneas de stock con diferencias: " << differences.size() << '\n' << table.toText();
-    if (!m_parser.isSet("repair"))
+    if (over.rowCount() > 0 || (!repair && stale.rowCount() > 0))
         return StockDifferences;
-    QString error;
-    if (!check.repair(differences, error)) {
-        err() << "No se pudo reparar: " << error << '\n';
-        return Failed;
-    }
-    out() << "Reparadas " << differences.size() << " líneas.\n";
     return Success;
 }
 
@@ -648,4 +846,45 @@ int HostCommands::expiring()
         return Expired;
     }
     return Success;
+}
+int HostCommands::checkPrintOptions()
+{
+    int value = 0;
+    if (m_parser.isSet("lines") &&
+        !wholeOption(m_parser, QStringLiteral("lines"), minimumLines, maximumLines, value))
+        return UsageError;
+    if (m_parser.isSet("sheet") &&
+        !wholeOption(m_parser, QStringLiteral("sheet"), 1, sheetCount, value))
+        return UsageError;
+    if (m_parser.isSet("font-size") && !wholeOption(m_parser, QStringLiteral("font-size"),
+                                                    minimumFontSize, maximumFontSize, value))
+        return UsageError;
+    return Success;
+}
+
+void HostCommands::write(const QList<std::pair<QString, QVariant>>& fields,
+                         const QList<Section>& sections) const
+{
+    switch (m_format) {
+    case TextTable::Format::Table:
+        for (int i = 0; i < sections.size(); ++i)
+            out() << (i > 0 ? "\n" : "") << sections[i].heading << '\n'
+                  << sections[i].table->toText();
+        break;
+    case TextTable::Format::Csv:
+        // One CSV table per section, separated by an empty line.
+        for (int i = 0; i < sections.size(); ++i)
+            out() << (i > 0 ? "\n" : "") << sections[i].table->toCsv();
+        break;
+    case TextTable::Format::Json: {
+        QJsonObject object;
+        for (const auto& [key, value] : fields)
+            object.insert(key, QJsonValue::fromVariant(value));
+        for (const Section& section : sections)
+            object.insert(section.key, section.table->toJson());
+        out() << QJsonDocument(object).toJson(QJsonDocument::Indented);
+        break;
+    }
+    }
+    out().flush();
 }

@@ -172,37 +172,41 @@ HostDatabases::Status HostDatabases::open(const QString& dischargePath, const QS
     m_hostPath = hostPath;
     const bool dischargeExists = exists(dischargePath, Which::Discharge);
     const bool hostExists = exists(hostPath, Which::Host);
-    const bool create = !dischargeExists && !hostExists && missing == Missing::CreateSample;
-    if (!create && (!dischargeExists || !hostExists)) {
+    m_createdDischarge = !dischargeExists && (missing == Missing::CreateMissing ||
+                                              (missing == Missing::CreateSample && !hostExists));
+    m_createdHost = !hostExists && (missing == Missing::CreateMissing ||
+                                    (missing == Missing::CreateSample && !dischargeExists));
+    if ((!dischargeExists && !m_createdDischarge) || (!hostExists && !m_createdHost)) {
         m_errorText = QStringLiteral("No existe la base de datos %1")
                           .arg(dischargeExists ? hostPath : dischargePath);
+        m_createdDischarge = m_createdHost = false;
         return Status::NotFound;
     }
-    if (create) {
-        for (const QString& path : {dischargePath, hostPath}) {
-            if (!isServer(path) && !QDir().mkpath(QFileInfo(path).absolutePath())) {
-                m_errorText = QStringLiteral("No se pudo crear la carpeta de %1").arg(path);
-                return Status::Failed;
-            }
+    for (const auto& [path, created] :
+         {std::pair(dischargePath, m_createdDischarge), std::pair(hostPath, m_createdHost)}) {
+        if (created && !isServer(path) && !QDir().mkpath(QFileInfo(path).absolutePath())) {
+            m_errorText = QStringLiteral("No se pudo crear la carpeta de %1").arg(path);
+            return Status::Failed;
         }
     }
     if (!openConnection(m_discharge, dischargeConnection, dischargePath) ||
         !openConnection(m_host, hostConnection, hostPath))
         return Status::Failed;
-    if (create) {
-        const bool dischargeOnServer = isServer(dischargePath);
-        const bool hostOnServer = isServer(hostPath);
-        if ((dischargeOnServer &&
-             !runScript(m_discharge, QString::fromUtf8(host_schema::postgresqlFunctions))) ||
-            !runScript(m_discharge,
-                       QString::fromUtf8(dischargeOnServer ? host_schema::postgresqlDischarge
-                                                           : host_schema::discharge)) ||
-            (hostOnServer &&
-             !runScript(m_host, QString::fromUtf8(host_schema::postgresqlFunctions))) ||
-            !runScript(m_host, QString::fromUtf8(hostOnServer ? host_schema::postgresqlHost
-                                                              : host_schema::host)))
-            return Status::Failed;
-    }
+    const bool dischargeOnServer = isServer(dischargePath);
+    const bool hostOnServer = isServer(hostPath);
+    if (m_createdDischarge &&
+        ((dischargeOnServer &&
+          !runScript(m_discharge, QString::fromUtf8(host_schema::postgresqlFunctions))) ||
+         !runScript(m_discharge,
+                    QString::fromUtf8(dischargeOnServer ? host_schema::postgresqlDischarge
+                                                        : host_schema::discharge))))
+        return Status::Failed;
+    if (m_createdHost &&
+        ((hostOnServer &&
+          !runScript(m_host, QString::fromUtf8(host_schema::postgresqlFunctions))) ||
+         !runScript(m_host, QString::fromUtf8(hostOnServer ? host_schema::postgresqlHost
+                                                           : host_schema::host))))
+        return Status::Failed;
     // The host's own table; older sample files may lack it.
     if (!runScript(m_host, groupsTable))
         return Status::Failed;
@@ -214,14 +218,15 @@ HostDatabases::Status HostDatabases::open(const QString& dischargePath, const QS
     };
     m_dischargeData = dataObject(m_discharge);
     m_hostData = dataObject(m_host);
-    if (create) {
-        QString error;
-        if (!SampleData::seed(m_discharge, m_host, HostSettings::today(), error)) {
-            m_errorText = QStringLiteral("No se pudo cargar la muestra: %1").arg(error);
-            return Status::Failed;
-        }
-        return Status::Created;
+    QString error;
+    if ((m_createdDischarge &&
+         !SampleData::seedDischarge(m_discharge, HostSettings::today(), error)) ||
+        (m_createdHost && !SampleData::seedHost(m_host, error))) {
+        m_errorText = QStringLiteral("No se pudo cargar la muestra: %1").arg(error);
+        return Status::Failed;
     }
+    if (m_createdDischarge || m_createdHost)
+        return Status::Created;
     return Status::Opened;
 }
 

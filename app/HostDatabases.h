@@ -22,12 +22,13 @@ class HostDatabases
 public:
     // What to do when a database file does not exist yet.
     enum class Missing {
-        Fail,         // a missing file is an error
-        CreateSample, // create the tables and seed the sample
+        Fail,          // a missing file is an error
+        CreateSample,  // when neither exists, create both with the sample
+        CreateMissing, // create each missing one with its part of the sample
     };
     enum class Status {
         Opened,
-        Created,  // the files did not exist and were created with the sample
+        Created,  // a database did not exist and was created with the sample
         NotFound, // a file does not exist (Missing::Fail)
         Failed,   // a file could not be opened or created
     };
@@ -60,8 +61,8 @@ public:
     // exists, else the one the build generated.
     static QString defaultFormsFolder();
 
-    // Opens both databases; when missing is CreateSample and neither file exists, creates and
-    // seeds them. errorText() tells what failed.
+    // Opens both databases, creating and seeding the missing ones as missing says (see
+    // createdDischarge() and createdHost()). errorText() tells what failed.
     Status open(const QString& dischargePath, const QString& hostPath, Missing missing);
     // Binds the two data objects to the component (the first binding stays).
     void bind(oquivran::clQUIVRAN& component);
@@ -71,6 +72,9 @@ public:
     QString dischargePath() const { return m_dischargePath; }
     QString hostPath() const { return m_hostPath; }
     QString errorText() const { return m_errorText; }
+    // Whether open() created the database.
+    bool createdDischarge() const { return m_createdDischarge; }
+    bool createdHost() const { return m_createdHost; }
 
 private:
     bool openConnection(QSqlDatabase& database, const QString& name, const QString& location);
@@ -81,6 +85,8 @@ private:
     QString m_dischargePath;
     QString m_hostPath;
     QString m_errorText;
+    bool m_createdDischarge = false;
+    bool m_createdHost = false;
     std::unique_ptr<oquivran::DataObject> m_dischargeData;
     std::unique_ptr<oquivran::DataObject> m_hostData;
 };

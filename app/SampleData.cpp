@@ -72,26 +72,21 @@ bool seedStock(Seeder& db)
         "insert into INS (INTDCL, ARTNRO, ARTITM, ARTSBT, ARTCAT, ARTDSC, ARTPRE, ARTNCM, ARTCTC, "
         "INSEXP) values (?, ?, ?, ?, ?, ?, ?, ?, ?, NULL)",
         {
-            {"23001IT04001187M", "TELA-ALG", 1, 1, 500.0, 0.0, 3.85, "5208.52.00", "CTC-23-1102"},
+            {"23001IT04001187M", "TELA-ALG", 1, 1, 500.0, 0.0, 3.85, "5208.52.00", "CTC-231102"},
             {"24001IT04000215K", "CUERO-VAC", 1, 1, 80.0, 80.0, 18.3, "4107.12.00", none},
-            {"24073IT04000389P", "TELA-ALG", 1, 1, 220.0, 220.0, 3.92, "5208.52.00", "CTC-24-0311"},
-            {"24073IT04000389P", "HILO-POL", 2, 1, 2.5, 2.5, 6.4, "5402.47.00", "CTC-24-0311"},
-            {"24073IT04000389P", "BOTON-12", 3, 1, 600.0, 600.0, 0.045, "9606.21.00",
-             "CTC-24-0311"},
-            {"24001IT04000552X", "TELA-ALG", 1, 1, 400.0, 400.0, 3.97, "5208.52.00", "CTC-24-0604"},
-            {"24001IT04000552X", "TELA-ALG", 1, 2, 150.0, 150.0, 4.05, "5208.52.00", "CTC-24-0604"},
-            {"24001IT04000552X", "HILO-POL", 2, 1, 10.0, 10.0, 6.55, "5402.47.00", "CTC-24-0604"},
+            {"24073IT04000389P", "TELA-ALG", 1, 1, 220.0, 220.0, 3.92, "5208.52.00", "CTC-240311"},
+            {"24073IT04000389P", "HILO-POL", 2, 1, 2.5, 2.5, 6.4, "5402.47.00", "CTC-240311"},
+            {"24073IT04000389P", "BOTON-12", 3, 1, 600.0, 600.0, 0.045, "9606.21.00", "CTC-240311"},
+            {"24001IT04000552X", "TELA-ALG", 1, 1, 400.0, 400.0, 3.97, "5208.52.00", "CTC-240604"},
+            {"24001IT04000552X", "TELA-ALG", 1, 2, 150.0, 150.0, 4.05, "5208.52.00", "CTC-240604"},
+            {"24001IT04000552X", "HILO-POL", 2, 1, 10.0, 10.0, 6.55, "5402.47.00", "CTC-240604"},
             {"24001IT04000552X", "BOTON-12", 3, 1, 2000.0, 2000.0, 0.047, "9606.21.00",
-             "CTC-24-0604"},
-            {"24001IT04000552X", "CIERRE-20", 4, 1, 300.0, 300.0, 0.62, "9607.11.00",
-             "CTC-24-0604"},
-            {"24001IT04000871F", "TELA-ALG", 1, 1, 1000.0, 1000.0, 4.1, "5208.52.00",
-             "CTC-24-0919"},
-            {"24001IT04000871F", "CUERO-VAC", 2, 1, 200.0, 200.0, 17.9, "4107.12.00",
-             "CTC-24-0919"},
-            {"24073IT04000120A", "HILO-POL", 1, 1, 5.0, 5.0, 6.7, "5402.47.00", "CTC-24-1113"},
-            {"24073IT04000120A", "CIERRE-20", 2, 1, 200.0, 200.0, 0.64, "9607.11.00",
-             "CTC-24-1113"},
+             "CTC-240604"},
+            {"24001IT04000552X", "CIERRE-20", 4, 1, 300.0, 300.0, 0.62, "9607.11.00", "CTC-240604"},
+            {"24001IT04000871F", "TELA-ALG", 1, 1, 1000.0, 1000.0, 4.1, "5208.52.00", "CTC-240919"},
+            {"24001IT04000871F", "CUERO-VAC", 2, 1, 200.0, 200.0, 17.9, "4107.12.00", "CTC-240919"},
+            {"24073IT04000120A", "HILO-POL", 1, 1, 5.0, 5.0, 6.7, "5402.47.00", "CTC-241113"},
+            {"24073IT04000120A", "CIERRE-20", 2, 1, 200.0, 200.0, 0.64, "9607.11.00", "CTC-241113"},
         });
 }
 
@@ -135,7 +130,7 @@ bool seedEarlierExport(Seeder& db)
         "CATNRO, PRDNRO, PRDMUL, TRPMER, TRPPER, DIPOBL, DIPCTC, DIPEXP, ARTNCM, DIPCAN, RIPMER, "
         "RIPPER, RIPCAN, DIPFEC, DIPUSR, RALCAN, EXTNOF, EXTFOF, EXTFAC) values ('OP-2024-0117', "
         "?, ?, NULL, '23001IT04001187M', 'TELA-ALG', 1, 1, 3.85, 'TX-2025', 'CAMISA-ML', 1, 0, 0, "
-        "0, 'CTC-23-1102', '', '5208.52.00', ?, 5, 2, 1.6, '2024-12-10', 'demo', ?, "
+        "0, 'CTC-231102', '', '5208.52.00', ?, 5, 2, 1.6, '2024-12-10', 'demo', ?, "
         "'24/001/EC01/004511/R', '2024-12-12', 'A-0003-00001180')",
         {
             {1, 1, 300.0, 279.0},
@@ -185,13 +180,20 @@ QString SampleData::operation()
 bool SampleData::seed(const QSqlDatabase& discharge, const QSqlDatabase& host, const QDate& today,
                       QString& error)
 {
-    Seeder dischargeSeeder(discharge, error);
-    Seeder hostSeeder(host, error);
-    return inTransaction(discharge,
-                         [&] {
-                             return seedDeclarations(dischargeSeeder, today) &&
-                                    seedStock(dischargeSeeder) && seedProducts(dischargeSeeder) &&
-                                    seedEarlierExport(dischargeSeeder);
-                         }) &&
-           inTransaction(host, [&] { return seedOperation(hostSeeder); });
+    return seedDischarge(discharge, today, error) && seedHost(host, error);
+}
+
+bool SampleData::seedDischarge(const QSqlDatabase& discharge, const QDate& today, QString& error)
+{
+    Seeder seeder(discharge, error);
+    return inTransaction(discharge, [&] {
+        return seedDeclarations(seeder, today) && seedStock(seeder) && seedProducts(seeder) &&
+               seedEarlierExport(seeder);
+    });
+}
+
+bool SampleData::seedHost(const QSqlDatabase& host, QString& error)
+{
+    Seeder seeder(host, error);
+    return inTransaction(host, [&] { return seedOperation(seeder); });
 }

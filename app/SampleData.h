@@ -20,4 +20,7 @@ public:
     // False with error set when a statement failed.
     static bool seed(const QSqlDatabase& discharge, const QSqlDatabase& host, const QDate& today,
                      QString& error);
+    // Seeds one of the two databases alone (its tables exist and are empty).
+    static bool seedDischarge(const QSqlDatabase& discharge, const QDate& today, QString& error);
+    static bool seedHost(const QSqlDatabase& host, QString& error);
 };

@@ -38,6 +38,11 @@ int runWindow(QApplication& app)
         QTextStream(stdout) << HostCommands::overview();
         return HostCommands::Success;
     }
+    if (!parser.positionalArguments().isEmpty()) {
+        err << "Subcomando desconocido: " << parser.positionalArguments().first() << "\n\n"
+            << HostCommands::overview();
+        return HostCommands::UsageError;
+    }
     bool explicitDischarge = false;
     bool explicitHost = false;
     const QString dischargePath =
@@ -71,6 +76,13 @@ int main(int argc, char* argv[])
     if (first == u"--help" || first == u"-h") {
         QTextStream(stdout) << HostCommands::overview();
         return HostCommands::Success;
+    }
+    // A first argument that is neither an option nor a subcommand is a usage error, --help or
+    // not: opening the window instead would hide the typing slip.
+    if (!first.isEmpty() && !first.startsWith(u'-') && !HostCommands::isSubcommand(first)) {
+        QTextStream(stderr) << "Subcomando desconocido: " << first << "\n\n"
+                            << HostCommands::overview();
+        return HostCommands::UsageError;
     }
     const bool headless = HostCommands::isSubcommand(first);
     // The headless subcommands print without a screen.

@@ -6,6 +6,8 @@
 
 #include <functional>
 
+class QFont;
+
 namespace oquivran {
 
 // The reports of the print options screen.
@@ -61,5 +63,8 @@ bool printReport(const PrintRequest& request);
 // Needs a QApplication (one is created when the host has none). Returns false when the expiry
 // check or the output failed (the error is shown by the common error message).
 bool printExpiryListing(const QDate& asOf, int horizonDays, const PrintRequest& request);
+// The font the reports print with at a point size (above 0): "Courier New", or another
+// fixed-pitch family where it is missing, bold. A host measures its lines with it.
+QFont reportFont(qint16 pointSize);
 
 } // namespace oquivran

@@ -3,11 +3,16 @@
 #include "ApplicationGuard.h"
 #include "ErrorMessage.h"
 #include "ModuleState.h"
+#include "PageOutput.h"
 #include "ValueFormats.h"
 #include "frmImpresion.h"
 
 #include <oquivran/Printing.h>
 #include <oquivran/RuntimeError.h>
+
+#include <QFont>
+
+#include <algorithm>
 
 namespace oquivran {
 
@@ -45,6 +50,11 @@ bool printExpiryListing(const QDate& asOf, int horizonDays, const PrintRequest& 
     return onScreen(
         request, QStringLiteral(" - seccion [oQUIVRAN.printExpiryListing]"),
         [&](frmImpresion& screen) { return screen.ImprimirVencimientos(asOf, horizonDays); });
+}
+
+QFont reportFont(qint16 pointSize)
+{
+    return PageOutput::printerFont(std::max<qint16>(pointSize, 1));
 }
 
 } // namespace oquivran

@@ -52,7 +52,9 @@ QList<ReportLine> declarationTitles()
         emptyLine()};
 }
 
-QFont printerFont(qint16 size)
+} // namespace
+
+QFont PageOutput::printerFont(qint16 size)
 {
     if (size <= 0)
         throw RuntimeError(380, QStringLiteral("Invalid property value"));
@@ -64,8 +66,6 @@ QFont printerFont(qint16 size)
     font.setBold(true);
     return font;
 }
-
-} // namespace
 
 PageOutput::PageOutput(const PageSettings& settings, PageTitles titles, const FormHeader& header,
                        Progress progress)

@@ -2,6 +2,7 @@
 
 #include "ReportLine.h"
 
+#include <QFont>
 #include <QList>
 #include <QString>
 #include <QtGlobal>
@@ -82,6 +83,9 @@ public:
     static const char* pdfOutputVariable();
     // The progress text of a page.
     static QString pageProgress(int page, int pageCount);
+    // The printing font at a point size: "Courier New" or another fixed-pitch family, bold.
+    // Throws RuntimeError 380 for a size of 0 or less.
+    static QFont printerFont(qint16 size);
 
 private:
     void printText(const QList<QList<ReportLine>>& pages, int pageCount) const;

@@ -4,6 +4,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QSettings>
 #include <QSqlDatabase>
 #include <QSqlQuery>
 #include <QTemporaryDir>
@@ -20,6 +21,9 @@ private Q_SLOTS:
     void helpOfEverySubcommand();
     void withoutDisplayOrSubcommand();
     void initRefusesExistingDatabases();
+    void initCreatesOnlyWhatIsMissing();
+    void unknownSubcommandIsUsageError();
+    void sampleCtcFitsThePrintedColumn();
     void missingDatabase();
     void unknownOperationSubItemAndItem();
     void dischargeOneSubItem();
@@ -28,6 +32,14 @@ private Q_SLOTS:
     void printReports();
     void printRefusals();
     void checkStockFindsAndRepairs();
+    void checkStockRefusesWhatItCannotCheck_data();
+    void checkStockRefusesWhatItCannotCheck();
+    void checkStockNeverRepairsOverDischarged();
+    void printOptionsCheckedBeforeSaving_data();
+    void printOptionsCheckedBeforeSaving();
+    void printOutFolderChecked();
+    void printPdfFitsTheLongestLine();
+    void formatsParse();
     void removeGivesStockBack();
     void expiringTableAndExitCode();
     void expiringCsvAndJson();
@@ -42,16 +54,18 @@ private:
         QString out;
         QString err;
     };
-    Result host(const QStringList& arguments, bool withDatabases = true);
-    QVariant scalar(const QString& sql);
-    void execute(const QString& sql);
+    Result host(const QStringList& arguments, bool withDatabases = true,
+                const QProcessEnvironment& extra = {});
+    QVariant scalar(const QString& sql, const QString& path = {});
+    void execute(const QString& sql, const QString& path = {});
 
     std::unique_ptr<QTemporaryDir> m_dir;
     QString m_discharge;
     QString m_host;
 };
 
-tst_HostCommands::Result tst_HostCommands::host(const QStringList& arguments, bool withDatabases)
+tst_HostCommands::Result tst_HostCommands::host(const QStringList& arguments, bool withDatabases,
+                                                const QProcessEnvironment& extra)
 {
     QProcess process;
     QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
@@ -62,6 +76,7 @@ tst_HostCommands::Result tst_HostCommands::host(const QStringList& arguments, bo
     env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir->filePath(QStringLiteral("config")));
     // The sample's expiries are dated from this day, and the expiry check runs on it.
     env.insert(QStringLiteral("OQUIVRAN_HOST_TODAY"), QStringLiteral("2027-05-10"));
+    env.insert(extra);
     process.setProcessEnvironment(env);
     QStringList all = arguments;
     if (withDatabases)
@@ -77,12 +92,12 @@ tst_HostCommands::Result tst_HostCommands::host(const QStringList& arguments, bo
             QString::fromUtf8(process.readAllStandardError())};
 }
 
-QVariant tst_HostCommands::scalar(const QString& sql)
+QVariant tst_HostCommands::scalar(const QString& sql, const QString& path)
 {
     QVariant value;
     {
         QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("t"));
-        db.setDatabaseName(m_discharge);
+        db.setDatabaseName(path.isEmpty() ? m_discharge : path);
         if (db.open()) {
             QSqlQuery query(db);
             if (query.exec(sql) && query.next())
@@ -93,11 +108,11 @@ QVariant tst_HostCommands::scalar(const QString& sql)
     return value;
 }
 
-void tst_HostCommands::execute(const QString& sql)
+void tst_HostCommands::execute(const QString& sql, const QString& path)
 {
     {
         QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("t"));
-        db.setDatabaseName(m_discharge);
+        db.setDatabaseName(path.isEmpty() ? m_discharge : path);
         QVERIFY(db.open());
         QSqlQuery query(db);
         QVERIFY(query.exec(sql));
@@ -143,6 +158,72 @@ void tst_HostCommands::initRefusesExistingDatabases()
 {
     QCOMPARE(host({QStringLiteral("init")}).exitCode, 1);
     QCOMPARE(host({QStringLiteral("init"), QStringLiteral("--force")}).exitCode, 0);
+}
+
+void tst_HostCommands::initCreatesOnlyWhatIsMissing()
+{
+    // The host database is lost; the discharge database holds a discharge.
+    QCOMPARE(host({QStringLiteral("discharge"), QStringLiteral("--subitem"), QStringLiteral("1")})
+                 .exitCode,
+             0);
+    QVERIFY(QFile::remove(m_host));
+    const Result hostOnly = host({QStringLiteral("init")});
+    QCOMPARE(hostOnly.exitCode, 0);
+    QVERIFY2(hostOnly.out.contains(QStringLiteral("se conserva")), qPrintable(hostOnly.out));
+    QCOMPARE(scalar("select count(*) from DIP where EXTINT = 'OP-2025-0042'").toInt(), 4);
+    QCOMPARE(scalar("select count(*) from groupsubitems", m_host).toInt(), 5);
+
+    // Now the discharge database is lost; the host database keeps a change of its own.
+    execute("update facturas set FACTURA = 'B-0001-00000001' where ORDEN = 1", m_host);
+    QVERIFY(QFile::remove(m_discharge));
+    QCOMPARE(host({QStringLiteral("init")}).exitCode, 0);
+    QCOMPARE(scalar("select count(*) from DIP where EXTINT = 'OP-2025-0042'").toInt(), 0);
+    QCOMPARE(scalar("select count(*) from INS").toInt(), 14);
+    QCOMPARE(scalar("select FACTURA from facturas where ORDEN = 1", m_host).toString(),
+             QStringLiteral("B-0001-00000001"));
+    // Both present: nothing to do without --force.
+    QCOMPARE(host({QStringLiteral("init")}).exitCode, 1);
+}
+
+void tst_HostCommands::unknownSubcommandIsUsageError()
+{
+    // With a screen at hand too: an unknown subcommand never opens the window.
+    QProcessEnvironment screen;
+    screen.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    for (const QStringList& arguments :
+         {QStringList{QStringLiteral("bogus")},
+          QStringList{QStringLiteral("bogus"), QStringLiteral("--help")}}) {
+        const Result bogus = host(arguments, false, screen);
+        QCOMPARE(bogus.exitCode, 1);
+        QVERIFY2(bogus.err.contains(QStringLiteral("Subcomando desconocido: bogus")),
+                 qPrintable(bogus.err));
+        QVERIFY(bogus.out.isEmpty());
+    }
+    const Result afterOptions = host({QStringLiteral("bogus")}, true, screen);
+    QCOMPARE(afterOptions.exitCode, 1);
+}
+
+void tst_HostCommands::sampleCtcFitsThePrintedColumn()
+{
+    // Every report prints the C.T.C. number in a column of 10 characters.
+    QVERIFY(scalar("select max(length(ARTCTC)) from INS").toInt() <= 10);
+    QVERIFY(scalar("select max(length(DIPCTC)) from DIP").toInt() <= 10);
+    QCOMPARE(host({QStringLiteral("discharge"), QStringLiteral("--subitem"), QStringLiteral("1")})
+                 .exitCode,
+             0);
+    const QString text = m_dir->filePath(QStringLiteral("control.txt"));
+    QCOMPARE(
+        host({QStringLiteral("print"), QStringLiteral("--report"), QStringLiteral("control"),
+              QStringLiteral("--method"), QStringLiteral("text"), QStringLiteral("--out"), text})
+            .exitCode,
+        0);
+    QFile file(text);
+    QVERIFY(file.open(QIODevice::ReadOnly));
+    const QString pages = QString::fromUtf8(file.readAll());
+    const QString ctc =
+        scalar("select ARTCTC from INS where INTDCL = '24073IT04000389P' limit 1").toString();
+    QVERIFY(!ctc.isEmpty());
+    QVERIFY2(pages.contains(ctc + u' ') || pages.contains(ctc + u'\r'), qPrintable(pages));
 }
 
 void tst_HostCommands::missingDatabase()
@@ -321,6 +402,373 @@ void tst_HostCommands::checkStockFindsAndRepairs()
                  .toDouble(),
              400.0);
     QCOMPARE(host({QStringLiteral("check-stock")}).exitCode, 0);
+}
+
+void tst_HostCommands::checkStockRefusesWhatItCannotCheck_data()
+{
+    QTest::addColumn<QByteArray>("content");
+    QTest::addColumn<QString>("sql");
+    QTest::addColumn<QString>("said");
+    QTest::newRow("empty") << QByteArray("") << QString() << QStringLiteral("vacía");
+    QTest::newRow("not a database")
+        << QByteArray("Declaraciones del mes, exportadas a texto plano por error.\n") << QString()
+        << QStringLiteral("no es una base de datos");
+    QTest::newRow("without INS") << QByteArray() << QStringLiteral("drop table INS")
+                                 << QStringLiteral("falta la tabla de stock INS");
+    QTest::newRow("without DIP") << QByteArray() << QStringLiteral("drop table DIP")
+                                 << QStringLiteral("falta la tabla de descargas DIP");
+    QTest::newRow("damaged") << QByteArray("damage") << QString() << QStringLiteral("dañada");
+}
+
+// A database that cannot be audited is never reported as correct stock.
+void tst_HostCommands::checkStockRefusesWhatItCannotCheck()
+{
+    QFETCH(QByteArray, content);
+    QFETCH(QString, sql);
+    QFETCH(QString, said);
+    if (!sql.isEmpty()) {
+        execute(sql);
+    } else if (content == "damage") {
+        // The root page of INS overwritten: the file still opens, its pages do not add up.
+        const int page = scalar("pragma page_size").toInt();
+        const int root = scalar("select rootpage from sqlite_master where name = 'INS'").toInt();
+        QFile file(m_discharge);
+        QVERIFY(file.open(QIODevice::ReadWrite));
+        QVERIFY(file.seek(qint64(root - 1) * page));
+        file.write(QByteArray("\x0d\xff\xff\xff\xff\xff\xff\xff", 8));
+    } else {
+        QFile file(m_discharge);
+        QVERIFY(file.open(QIODevice::WriteOnly | QIODevice::Truncate));
+        file.write(content);
+    }
+    for (const char* repair : {"", "--repair"}) {
+        QStringList arguments{QStringLiteral("check-stock")};
+        if (*repair)
+            arguments << QString::fromLatin1(repair);
+        const Result checked = host(arguments);
+        QCOMPARE(checked.exitCode, 2);
+        QVERIFY2(checked.err.contains(QStringLiteral("No se puede verificar el stock de ") +
+                                      m_discharge),
+                 qPrintable(checked.err));
+        QVERIFY2(checked.err.contains(said), qPrintable(checked.err));
+        QVERIFY(!checked.out.contains(QStringLiteral("Stock correcto")));
+    }
+}
+
+void tst_HostCommands::checkStockNeverRepairsOverDischarged()
+{
+    QCOMPARE(host({QStringLiteral("discharge"), QStringLiteral("--subitem"), QStringLiteral("1")})
+                 .exitCode,
+             0);
+    // A discharge beyond what was declared (BOTON-12 of 24073IT04000389P declares 600, all of
+    // it discharged), and another line whose availability is merely stale.
+    execute("update DIP set DIPCAN = DIPCAN + 25.5 where ARTDCL = '24073IT04000389P' and "
+            "ARTNRO = 'BOTON-12'");
+    execute("update INS set ARTDSC = 1 where INTDCL = '24073IT04000120A' and ARTNRO = "
+            "'HILO-POL'");
+    const Result found = host({QStringLiteral("check-stock")});
+    QCOMPARE(found.exitCode, 5);
+    QVERIFY2(found.out.contains(QStringLiteral("Líneas de stock con diferencias: 1")),
+             qPrintable(found.out));
+    QVERIFY(found.out.contains(QStringLiteral("sobre-descargadas (suma(DIPCAN) > ARTCAT): 1")));
+    QVERIFY(found.out.contains(QStringLiteral("24073IT04000389P  BOTON-12")));
+    QVERIFY(found.out.contains(QStringLiteral("OP-2025-0042")));
+
+    const Result repaired = host({QStringLiteral("check-stock"), QStringLiteral("--repair")});
+    QCOMPARE(repaired.exitCode, 5);
+    QVERIFY(repaired.out.contains(QStringLiteral("Reparadas 1 líneas")));
+    QVERIFY2(repaired.err.contains(
+                 QStringLiteral("Sobre-descargada, no se repara: despacho 24073IT04000389P, insumo "
+                                "BOTON-12, ítem 3, subítem 1: ") +
+                 QLocale::system().toString(25.5, 'f', 4)),
+             qPrintable(repaired.err));
+    // Never a negative availability; the stale line is repaired.
+    QCOMPARE(scalar("select ARTDSC from INS where INTDCL = '24073IT04000389P' and ARTNRO = "
+                    "'BOTON-12'")
+                 .toDouble(),
+             0.0);
+    QCOMPARE(scalar("select ARTDSC from INS where INTDCL = '24073IT04000120A' and ARTNRO = "
+                    "'HILO-POL'")
+                 .toDouble(),
+             5.0);
+    const Result again = host({QStringLiteral("check-stock"), QStringLiteral("--repair")});
+    QCOMPARE(again.exitCode, 5);
+    QVERIFY(!again.out.contains(QStringLiteral("Líneas de stock con diferencias")));
+}
+
+void tst_HostCommands::printOptionsCheckedBeforeSaving_data()
+{
+    QTest::addColumn<QString>("option");
+    QTest::addColumn<QString>("value");
+    QTest::addColumn<QString>("range");
+    QTest::newRow("negative lines") << "--lines"
+                                    << "-5"
+                                    << "de 10 a 300";
+    QTest::newRow("too many lines") << "--lines"
+                                    << "100000"
+                                    << "de 10 a 300";
+    QTest::newRow("lines abc") << "--lines"
+                               << "abc"
+                               << "de 10 a 300";
+    QTest::newRow("sheet 9") << "--sheet"
+                             << "9"
+                             << "de 1 a 5";
+    QTest::newRow("font size 0") << "--font-size"
+                                 << "0"
+                                 << "de 4 a 72";
+}
+
+// A value the print options screen would not take is refused before anything runs, so the
+// saved print settings never hold it.
+void tst_HostCommands::printOptionsCheckedBeforeSaving()
+{
+    QFETCH(QString, option);
+    QFETCH(QString, value);
+    QFETCH(QString, range);
+    const QString pdf = m_dir->filePath(QStringLiteral("x.pdf"));
+    const Result refused =
+        host({QStringLiteral("print"), QStringLiteral("--out"), pdf, QStringLiteral("--aat"),
+              QStringLiteral("25/001/EC01/000123/K"), QStringLiteral("--date"),
+              QStringLiteral("2025-03-05"), option, value});
+    QCOMPARE(refused.exitCode, 1);
+    QVERIFY2(refused.err.contains(range), qPrintable(refused.err));
+    QVERIFY(!QFile::exists(pdf));
+    const QString settings = m_dir->filePath(QStringLiteral("config/oQUIVRAN/oQUIVRAN.conf"));
+    QFile file(settings);
+    if (file.open(QIODevice::ReadOnly))
+        QVERIFY2(!file.readAll().contains(value.toUtf8()), qPrintable(settings));
+    // Nothing was recorded on the operation either.
+    QCOMPARE(scalar("select count(*) from DIP where EXTNOF = '25/001/EC01/000123/K'").toInt(), 0);
+}
+
+void tst_HostCommands::printOutFolderChecked()
+{
+    const QString missing = m_dir->filePath(QStringLiteral("no-existe/decl.pdf"));
+    const Result noFolder = host({QStringLiteral("print"), QStringLiteral("--out"), missing});
+    QCOMPARE(noFolder.exitCode, 6);
+    QVERIFY2(noFolder.err.contains(QStringLiteral("No existe la carpeta de salida: ") +
+                                   m_dir->filePath(QStringLiteral("no-existe"))),
+             qPrintable(noFolder.err));
+    QVERIFY(!noFolder.err.contains(QStringLiteral("482")));
+    // A file where the folder should be.
+    const QString underFile = m_discharge + QStringLiteral("/decl.pdf");
+    QCOMPARE(host({QStringLiteral("print"), QStringLiteral("--out"), underFile}).exitCode, 6);
+    // A folder without write permission (root may write anywhere).
+    const QString locked = m_dir->filePath(QStringLiteral("locked"));
+    QVERIFY(QDir().mkpath(locked));
+    QFile::setPermissions(locked, QFile::ReadOwner | QFile::ExeOwner);
+    if (QFileInfo(locked).isWritable()) {
+        QFile::setPermissions(locked, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+        QSKIP("running as a user who may write anywhere");
+    }
+    const Result denied = host(
+        {QStringLiteral("print"), QStringLiteral("--out"), locked + QStringLiteral("/decl.pdf")});
+    QFile::setPermissions(locked, QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+    QCOMPARE(denied.exitCode, 6);
+    QVERIFY2(denied.err.contains(QStringLiteral("sin permiso de escritura")),
+             qPrintable(denied.err));
+}
+
+// Without --font-size the PDF is printed at the largest size at which the report's longest
+// line fits: its last column's title is on the page.
+void tst_HostCommands::printPdfFitsTheLongestLine()
+{
+    QCOMPARE(host({QStringLiteral("discharge"), QStringLiteral("--all")}).exitCode, 4);
+    QCOMPARE(host({QStringLiteral("number")}).exitCode, 0);
+    const QList<std::pair<const char*, const char*>> reports = {
+        {"declaracion", "CIF Total"}, {"control", "C.T.C."}, {"comparativo", "Resto"}};
+    for (const auto& [report, lastColumn] : reports) {
+        for (const char* method : {"pdf", "form"}) {
+            const QString pdf = m_dir->filePath(QStringLiteral("%1-%2.pdf").arg(report, method));
+            const Result printed = host(
+                {QStringLiteral("print"), QStringLiteral("--report"), QString::fromLatin1(report),
+                 QStringLiteral("--method"), QString::fromLatin1(method), QStringLiteral("--out"),
+                 pdf, QStringLiteral("--aat"), QStringLiteral("25/001/EC01/000123/K"),
+                 QStringLiteral("--date"), QStringLiteral("2025-03-05")});
+            QCOMPARE(printed.exitCode, 0);
+            QVERIFY2(printed.err.contains(QStringLiteral("Tamaño de fuente ")),
+                     qPrintable(printed.err));
+            QProcess pdftotext;
+            pdftotext.start(QStringLiteral("pdftotext"),
+                            {QStringLiteral("-layout"), QStringLiteral("-f"), QStringLiteral("1"),
+                             QStringLiteral("-l"), QStringLiteral("1"), pdf, QStringLiteral("-")});
+            QVERIFY(pdftotext.waitForFinished(60000));
+            QCOMPARE(pdftotext.exitCode(), 0);
+            const QString page = QString::fromUtf8(pdftotext.readAllStandardOutput());
+            QVERIFY2(page.contains(QString::fromLatin1(lastColumn)),
+                     qPrintable(QStringLiteral("%1 %2:\n%3").arg(report, method, page)));
+        }
+    }
+    // The size chosen was this print's: the operator's saved size is not changed.
+    const QSettings saved(m_dir->filePath(QStringLiteral("config/oQUIVRAN/oQUIVRAN.conf")),
+                          QSettings::IniFormat);
+    QVERIFY(!saved.contains(QStringLiteral("IMPRESION/IMPTAM")));
+    // A size given is used as given.
+    const QString pdf = m_dir->filePath(QStringLiteral("given.pdf"));
+    const Result given =
+        host({QStringLiteral("print"), QStringLiteral("--report"), QStringLiteral("comparativo"),
+              QStringLiteral("--font-size"), QStringLiteral("9"), QStringLiteral("--out"), pdf});
+    QCOMPARE(given.exitCode, 0);
+    QVERIFY(!given.err.contains(QStringLiteral("Tamaño de fuente ")));
+}
+
+namespace {
+
+// A CSV text split into sections (an empty line between tables), rows and fields: commas,
+// fields in double quotes may hold commas and doubled quotes.
+QList<QList<QStringList>> parseCsv(const QString& text)
+{
+    QList<QList<QStringList>> sections{{}};
+    QStringList fields;
+    QString field;
+    bool quoted = false;
+    bool lineStart = true;
+    for (qsizetype i = 0; i < text.size(); ++i) {
+        const QChar c = text[i];
+        if (quoted) {
+            if (c == u'"' && i + 1 < text.size() && text[i + 1] == u'"') {
+                field += u'"';
+                ++i;
+            } else if (c == u'"') {
+                quoted = false;
+            } else {
+                field += c;
+            }
+        } else if (c == u'"') {
+            quoted = true;
+            lineStart = false;
+        } else if (c == u',') {
+            fields << field;
+            field.clear();
+            lineStart = false;
+        } else if (c == u'\n') {
+            if (lineStart) {
+                sections.append(QList<QStringList>());
+            } else {
+                fields << field;
+                sections.last().append(fields);
+            }
+            fields.clear();
+            field.clear();
+            lineStart = true;
+        } else {
+            field += c;
+            lineStart = false;
+        }
+    }
+    return sections;
+}
+
+} // namespace
+
+void tst_HostCommands::formatsParse()
+{
+    // discharge: CSV with a dot decimal whatever the locale.
+    const Result csv =
+        host({QStringLiteral("discharge"), QStringLiteral("--subitem"), QStringLiteral("2"),
+              QStringLiteral("--format"), QStringLiteral("csv")});
+    QCOMPARE(csv.exitCode, 0);
+    const QList<QList<QStringList>> sections = parseCsv(csv.out);
+    QCOMPARE(sections.size(), 2);
+    const QList<QStringList>& lines = sections[0];
+    QCOMPARE(lines[0], (QStringList{"subitem", "declaration", "input", "item", "sub", "quantity",
+                                    "real_quantity", "unit_price", "ctc"}));
+    QCOMPARE(
+        lines.size() - 1,
+        scalar("select count(*) from DIP where EXTINT = 'OP-2025-0042' and EXTSBT = 2").toInt());
+    double quantity = 0;
+    for (int row = 1; row < lines.size(); ++row) {
+        QCOMPARE(lines[row].size(), 9);
+        bool ok = false;
+        quantity += lines[row][5].toDouble(&ok);
+        QVERIFY2(ok, qPrintable(lines[row][5]));
+        QCOMPARE(lines[row][5].contains(u'.'), true);
+    }
+    QCOMPARE(sections[1][1][4], QStringLiteral("descargado"));
+    QCOMPARE(sections[1][1][5].toDouble(), quantity);
+
+    // discharge as JSON: numbers are numbers.
+    const Result json =
+        host({QStringLiteral("discharge"), QStringLiteral("--subitem"), QStringLiteral("1"),
+              QStringLiteral("--format"), QStringLiteral("json")});
+    QCOMPARE(json.exitCode, 0);
+    QJsonParseError error;
+    const QJsonObject discharged = QJsonDocument::fromJson(json.out.toUtf8(), &error).object();
+    QCOMPARE(error.error, QJsonParseError::NoError);
+    QCOMPARE(discharged.value("operation").toString(), QStringLiteral("OP-2025-0042"));
+    const QJsonArray written = discharged.value("lines").toArray();
+    QCOMPARE(
+        written.size(),
+        scalar("select count(*) from DIP where EXTINT = 'OP-2025-0042' and EXTSBT = 1").toInt());
+    for (const QJsonValue& line : written) {
+        QVERIFY(line.toObject().value("quantity").isDouble());
+        QVERIFY(line.toObject().value("item").isDouble());
+        QVERIFY(line.toObject().value("declaration").isString());
+    }
+    QCOMPARE(discharged.value("totals")
+                 .toArray()
+                 .at(0)
+                 .toObject()
+                 .value("discharged_quantity")
+                 .toDouble(),
+             scalar("select sum(DIPCAN) from DIP where EXTINT = 'OP-2025-0042' and EXTSBT = 1")
+                 .toDouble());
+
+    // number, inputs and check-stock as JSON and CSV.
+    const Result numbered =
+        host({QStringLiteral("number"), QStringLiteral("--format"), QStringLiteral("json")});
+    QCOMPARE(numbered.exitCode, 0);
+    const QJsonArray items =
+        QJsonDocument::fromJson(numbered.out.toUtf8()).object().value("items").toArray();
+    QCOMPARE(items.size(), 3);
+    QCOMPARE(items.at(0).toObject().value("numbered_lines").toInt(), written.size());
+    QVERIFY(items.at(2).toObject().value("numbered_lines").isNull());
+    QCOMPARE(items.at(2).toObject().value("status").toString(),
+             QStringLiteral("sin descarga, no numerado"));
+
+    const Result inputs =
+        host({QStringLiteral("inputs"), QStringLiteral("--item"), QStringLiteral("1"),
+              QStringLiteral("--format"), QStringLiteral("json")});
+    QCOMPARE(inputs.exitCode, 0);
+    const QJsonArray rows =
+        QJsonDocument::fromJson(inputs.out.toUtf8()).object().value("inputs").toArray();
+    QVERIFY(!rows.isEmpty());
+    double real = 0;
+    for (const QJsonValue& row : rows) {
+        QVERIFY(row.toObject().value("real_quantity").isDouble());
+        real += row.toObject().value("real_quantity").toDouble();
+    }
+    QCOMPARE(real,
+             scalar("select sum(RALCAN) from DIP where EXTINT = 'OP-2025-0042' and EXTITM = 1")
+                 .toDouble());
+    const Result inputsCsv =
+        host({QStringLiteral("inputs"), QStringLiteral("--item"), QStringLiteral("1"),
+              QStringLiteral("--format"), QStringLiteral("csv")});
+    const QList<QList<QStringList>> inputTable = parseCsv(inputsCsv.out);
+    QCOMPARE(inputTable.size(), 1);
+    QCOMPARE(inputTable[0].size(), rows.size() + 1);
+    QVERIFY(inputTable[0][0].contains(QStringLiteral("real_quantity")));
+
+    execute("update INS set ARTDSC = 1 where INTDCL = '24073IT04000120A' and ARTNRO = "
+            "'HILO-POL'");
+    const Result stock =
+        host({QStringLiteral("check-stock"), QStringLiteral("--format"), QStringLiteral("json")});
+    QCOMPARE(stock.exitCode, 5);
+    const QJsonObject checked = QJsonDocument::fromJson(stock.out.toUtf8()).object();
+    QCOMPARE(checked.value("stock_lines").toInt(), 14);
+    QCOMPARE(checked.value("differences").toArray().size(), 1);
+    QCOMPARE(checked.value("differences").toArray().at(0).toObject().value("expected").toDouble(),
+             5.0);
+    QCOMPARE(checked.value("over_discharged").toArray().size(), 0);
+    const Result stockCsv =
+        host({QStringLiteral("check-stock"), QStringLiteral("--format"), QStringLiteral("csv")});
+    QCOMPARE(parseCsv(stockCsv.out)[0][1][0], QStringLiteral("24073IT04000120A"));
+
+    // The table stays the default; an unknown format is a usage error.
+    QVERIFY(host({QStringLiteral("number")}).out.contains(QStringLiteral("Ítem  Subítems")));
+    QCOMPARE(host({QStringLiteral("number"), QStringLiteral("--format"), QStringLiteral("xml")})
+                 .exitCode,
+             1);
 }
 
 void tst_HostCommands::removeGivesStockBack()
