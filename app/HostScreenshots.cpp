@@ -1,7 +1,7 @@
 // Renders the host's window with a discharge open into PNG files: the window alone, the window
-// with the component's allocation screen over it, and the stock list with its expiry colours;
-// and prints the expiry listing into FOLDER/expiry-listing.pdf (pdftoppm renders its pages).
-// Usage:
+// with the component's allocation screen over it, the stock list with its expiry colours and
+// the dialog of an item's inputs; and prints the expiry listing into FOLDER/expiry-listing.pdf
+// (pdftoppm renders its pages). Usage:
 //   oquivran-host-screenshots FOLDER
 // It works on fresh sample databases in FOLDER/work and answers every message with OK/No.
 #include "HostDatabases.h"
@@ -58,9 +58,8 @@ int main(int argc, char* argv[])
         return 1;
     }
     HostWindow window(databases, QStringLiteral("OP-2025-0042"));
-    // The size of a 1366x768 screen less the desktop's panels, so the allocation screen opens
-    // over the window at its own size.
-    window.resize(1360, 740);
+    // The size the window takes on a 1366x768 screen with a panel of 40 pixels.
+    window.resize(HostWindow::fittingSize(QRect(0, 0, 1366, 728)));
     window.show();
     window.selectSubItem(1);
 
@@ -97,6 +96,20 @@ int main(int argc, char* argv[])
         request.output = oquivran::PrintOutput::Printer;
         request.fontSize = 8;
         oquivran::printExpiryListing(HostSettings::today(), HostSettings::expiryHorizon(), request);
+        // The item's inputs once the items are numbered.
+        window.numberItems();
+        window.selectSubItem(1);
+        QTimer::singleShot(200, &window, [&] {
+            QWidget* inputs = QApplication::activeModalWidget();
+            if (!inputs)
+                return;
+            inputs->grab().save(folder.filePath(QStringLiteral("host-inputs.png")));
+            QTimer::singleShot(0, inputs, [inputs] {
+                QKeyEvent escape(QEvent::KeyPress, Qt::Key_Escape, Qt::NoModifier);
+                QApplication::sendEvent(inputs, &escape);
+            });
+        });
+        window.showInputs();
         QDir(folder.filePath(QStringLiteral("work"))).removeRecursively();
         QApplication::exit(saved ? 0 : 1);
     });

@@ -16,8 +16,9 @@
 #include <QHash>
 #include <QHeaderView>
 #include <QLabel>
-#include <QLocale>
 #include <QMessageBox>
+#include <QPushButton>
+#include <QScreen>
 #include <QSplitter>
 #include <QSqlQuery>
 #include <QStatusBar>
@@ -87,7 +88,15 @@ HostWindow::HostWindow(HostDatabases& databases, const QString& operation, QWidg
     m_operations->addItems(m_operation->operations());
     m_operations->setCurrentText(operation);
     loadOperation(m_operations->currentText());
-    resize(1280, 820);
+    const QScreen* shown = screen();
+    resize(shown ? fittingSize(shown->availableGeometry()) : QSize(1280, 820));
+}
+
+QSize HostWindow::fittingSize(const QRect& available)
+{
+    // The window's frame (title bar and borders) comes on top of its size.
+    const QSize frame(16, 48);
+    return QSize(1280, 820).boundedTo(available.size() - frame);
 }
 
 HostWindow::~HostWindow() = default;
@@ -233,12 +242,11 @@ void HostWindow::loadStock()
         "ARTCTC from INS join INTINS on INTINS.INTDCL = INS.INTDCL order by INTFOF, ARTNRO, "
         "ARTITM, ARTSBT"));
     m_stock->setRowCount(0);
-    const QLocale locale = QLocale::system();
     while (query.next()) {
         const int row = m_stock->rowCount();
         m_stock->insertRow(row);
         const auto date = [&](int column) {
-            return locale.toString(query.value(column).toDate(), QLocale::ShortFormat);
+            return HostText::date(query.value(column).toDate());
         };
         setRow(m_stock, row,
                {query.value(0).toString(), query.value(1).toString(), query.value(2).toString(),
@@ -388,8 +396,26 @@ void HostWindow::removeDischarge()
     const SubItem* s = selectedSubItem();
     if (!s)
         return;
-    m_operation->setOn(*m_component, *s);
     const int idsub = s->idsub;
+    // Taking a discharge out gives its stock back: asked first, No by default.
+    QMessageBox ask(QMessageBox::Question, windowTitle(),
+                    QStringLiteral("¿Elimina la descarga del subítem %1 (%2) y devuelve su stock?")
+                        .arg(idsub)
+                        .arg(s->product),
+                    QMessageBox::NoButton, this);
+    ask.setObjectName(QStringLiteral("msgEliminarDescarga"));
+    QPushButton* yes = ask.addButton(QStringLiteral("Sí"), QMessageBox::YesRole);
+    QPushButton* no = ask.addButton(QStringLiteral("No"), QMessageBox::NoRole);
+    yes->setObjectName(QStringLiteral("cmdSi"));
+    no->setObjectName(QStringLiteral("cmdNo"));
+    ask.setDefaultButton(no);
+    ask.setEscapeButton(no);
+    ask.exec();
+    if (ask.clickedButton() != yes) {
+        showResult(QStringLiteral("Subítem %1: descarga conservada").arg(idsub));
+        return;
+    }
+    m_operation->setOn(*m_component, *s);
     showResult(m_component->EliminarInsumo()
                    ? QStringLiteral("Subítem %1: descarga eliminada").arg(idsub)
                    : QStringLiteral("Subítem %1: no se pudo eliminar la descarga").arg(idsub));
@@ -423,8 +449,12 @@ void HostWindow::showInputs()
     if (!m_component->Obtener_Insumos(s->item, rs))
         return;
     QDialog dialog(this);
+    dialog.setObjectName(QStringLiteral("dlgInsumos"));
     dialog.setWindowTitle(QStringLiteral("Insumos del ítem %1").arg(s->item));
-    auto* table = newTable(QStringLiteral("lstInsumos"), rs.fieldNames(), &dialog);
+    QStringList headings;
+    for (const QString& field : rs.fieldNames())
+        headings << HostText::inputHeading(field);
+    auto* table = newTable(QStringLiteral("lstInsumos"), headings, &dialog);
     for (rs.moveFirst(); !rs.eof(); rs.moveNext()) {
         const int row = table->rowCount();
         table->insertRow(row);
@@ -434,7 +464,9 @@ void HostWindow::showInputs()
         setRow(table, row, cells, int(cells.size()));
     }
     table->resizeColumnsToContents();
-    auto* buttons = new QDialogButtonBox(QDialogButtonBox::Close, &dialog);
+    auto* buttons = new QDialogButtonBox(&dialog);
+    buttons->addButton(QStringLiteral("Cerrar"), QDialogButtonBox::RejectRole)
+        ->setObjectName(QStringLiteral("cmdCerrar"));
     connect(buttons, &QDialogButtonBox::rejected, &dialog, &QDialog::reject);
     auto* layout = new QVBoxLayout(&dialog);
     layout->addWidget(table->rowCount()

@@ -36,6 +36,10 @@ public:
     HostWindow(HostDatabases& databases, const QString& operation, QWidget* parent = nullptr);
     ~HostWindow() override;
 
+    // The window's size on a screen whose available area is available: its usual 1280x820, or
+    // less so that it fits, its frame included.
+    static QSize fittingSize(const QRect& available);
+
     // Selects a sub-item in the list; false when the operation has none of that number.
     bool selectSubItem(int idsub);
     // Reloads the operation, the stock and the selected sub-item's lines.
