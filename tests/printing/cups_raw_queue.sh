@@ -8,6 +8,7 @@ set -u
 client=$1
 skip() { echo "SKIP: $*"; exit 77; }
 fail() { echo "FAIL: $*"; [ -f "$work/error_log" ] && tail -20 "$work/error_log"; exit 1; }
+work=
 
 if ! command -v cupsd >/dev/null || [ ! -x /usr/lib/cups/backend/socket ]; then
     if [ "$(id -u)" = 0 ]; then
@@ -21,9 +22,10 @@ fi
 command -v cupsd >/dev/null || skip "cupsd is not installed and could not be installed"
 [ -x /usr/lib/cups/backend/socket ] || skip "the CUPS socket backend is missing"
 
-base=${OQUIVRAN_TEST_WORKDIR:-/tmp}
-mkdir -p "$base"
-work=$(mktemp -d "$base/cups-XXXXXX")
+# cupsd runs its backends as lp, which must reach the spool files: the server's folders go
+# under /tmp, never under the checkout, which may sit in a folder only its owner may enter
+# (a home folder, mktemp -d).
+work=$(mktemp -d /tmp/oquivran-cups-XXXXXX)
 chmod 755 "$work"
 free_port() { python3 -c 'import socket; s=socket.socket(); s.bind(("127.0.0.1",0)); print(s.getsockname()[1])'; }
 cups_port=$(free_port)
@@ -100,7 +102,7 @@ listener=$!
 
 timeout 120 cupsd -f -c "$work/cupsd.conf" -s "$work/cups-files.conf" &
 cupsd_pid=$!
-cleanup() { kill "$cupsd_pid" "$listener" 2>/dev/null; wait 2>/dev/null; }
+cleanup() { kill "$cupsd_pid" "$listener" 2>/dev/null; wait 2>/dev/null; rm -rf "$work"; }
 trap cleanup EXIT
 
 export CUPS_SERVER=127.0.0.1:$cups_port
@@ -121,5 +123,4 @@ expected=$(printf 'PAGINA 1\r\nl\xc3\xadnea uno\r\nPAGINA 2\r\nl\xc3\xadnea dos\
 actual=$(od -An -tx1 < "$work/received")
 [ "$expected" = "$actual" ] || fail "received: $(cat -A "$work/received")"
 echo "PASS: the queue received both pages"
-rm -rf "$work"
 exit 0
