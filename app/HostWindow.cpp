@@ -285,7 +285,7 @@ void HostWindow::markExpiries()
                             swatch(oquivran::ExpiryState::DueSoon) +
                             QStringLiteral(" vence en %1 días o menos (al %2)")
                                 .arg(m_expiryHorizon)
-                                .arg(QLocale::system().toString(today, QLocale::ShortFormat)));
+                                .arg(HostText::date(today)));
 
     oquivran::ExpiryReport report;
     if (!oquivran::expiringStock(today, m_expiryHorizon, report)) {
