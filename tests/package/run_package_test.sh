@@ -39,8 +39,10 @@ if [ "$(id -u)" = 0 ] && command -v apt-get >/dev/null &&
     staged=$(mktemp -d /tmp/oquivran-deb-XXXXXX)
     chmod 755 "$staged"
     cp "$deb" "$staged/"
+    # Another run may hold dpkg's lock for a while: wait for it rather than fail.
     (cd "$staged" && DEBIAN_FRONTEND=noninteractive apt-get install -y --reinstall \
-        --no-install-recommends "./$(basename "$deb")") >"$work/apt.log" 2>&1 ||
+        --no-install-recommends -o DPkg::Lock::Timeout=600 "./$(basename "$deb")") \
+        >"$work/apt.log" 2>&1 ||
         { cat "$work/apt.log"; rm -rf "$staged"; fail "apt-get install"; }
     rm -rf "$staged"
     dpkg -s oquivran | grep -q "^Status: install ok installed" || fail "dpkg does not list oquivran"
