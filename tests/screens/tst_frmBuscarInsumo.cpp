@@ -14,6 +14,8 @@
 #include <QLabel>
 #include <QLineEdit>
 #include <QPushButton>
+#include <QSqlError>
+#include <QSqlQuery>
 #include <QTreeWidget>
 #include <QtTest>
 
@@ -219,11 +221,17 @@ void tst_frmBuscarInsumo::nullAvailabilityEndsTheFilling()
     DischargeFixture f;
     MessageRecorder recorder;
     scenario::seed(f);
-    // A host's own stock table may allow a null availability: the same table without its
-    // NOT NULL constraints.
-    for (const char* sql : {"create table INS_OPEN as select * from INS", "drop table INS",
-                            "alter table INS_OPEN rename to INS"})
-        DischargeFixture::run(f.discharge(), QString::fromLatin1(sql));
+    // A host's own stock table may allow a null availability.
+    const QStringList open =
+        f.discharge().driverName() == u"QPSQL"
+            ? QStringList{QStringLiteral("alter table INS alter column ARTDSC drop not null")}
+            : QStringList{QStringLiteral("create table INS_OPEN as select * from INS"),
+                          QStringLiteral("drop table INS"),
+                          QStringLiteral("alter table INS_OPEN rename to INS")};
+    for (const QString& sql : open) {
+        QSqlQuery query(f.discharge());
+        QVERIFY2(query.exec(sql), qPrintable(query.lastError().text()));
+    }
     f.addDeclaration(QStringLiteral("D3"), QDate(2026, 3, 1), 1, QDate(2027, 9, 30));
     // Listed by expiry: D2, then D1 (its availability null), then D3.
     for (const char* declaration : {"D1", "D2", "D3"})
