@@ -1,14 +1,18 @@
 // One operator of the multi-process discharge tests: a separate process that discharges
-// sub-items from a shared SQLite file through the public interface, as a host would, and
+// sub-items from a shared SQLite file, or a PostgreSQL database, through the public interface,
+// as a host would, and
 // now and then removes one it discharged. It prints one line per attempt, flushed at once,
 // so that a process killed at any moment has reported everything it finished:
 //   discharge <operation> <sub-item> <product> accepted|refused <lock wait in microseconds>
 //   remove <operation> <sub-item> <product> accepted|refused <lock wait in microseconds>
 // Arguments: database file, operation number, sub-items to discharge, seed, atomic writes
 // (1 or 0), share of removals in percent, and optionally the products to choose from,
-// separated by commas (default "P1,P2,P3", of catalog "C", one unit each).
+// separated by commas (default "P1,P2,P3", of catalog "C", one unit each). A database given as
+// "host=... port=... user=... dbname=... [search_path=...]" is a PostgreSQL one. With
+// OQUIVRAN_STRESS_PAUSE_MS set, the worker waits that long after an attempt that was refused.
 #include <oquivran/DataObject.h>
 #include <oquivran/Module.h>
+#include <oquivran/PgDataObject.h>
 #include <oquivran/Recordset.h>
 #include <oquivran/SqlDataObject.h>
 #include <oquivran/clQUIVRAN.h>
@@ -19,22 +23,24 @@
 #include <QRandomGenerator>
 #include <QSqlDatabase>
 #include <QStringList>
+#include <QThread>
 
 #include <cstdio>
+#include <memory>
 
 namespace {
 
-// The SQLite object, timing how long each unit waits for the writer lock.
-class TimedDataObject : public oquivran::SqlDataObject
+// The data object, timing how long each unit waits to start (SQLite's writer lock).
+template <typename Base> class TimedDataObject : public Base
 {
 public:
-    using SqlDataObject::SqlDataObject;
+    using Base::Base;
     void transaction() override
     {
         QElapsedTimer timer;
         timer.start();
         try {
-            SqlDataObject::transaction();
+            Base::transaction();
         } catch (...) {
             lockWait += timer.nsecsElapsed() / 1000;
             throw;
@@ -43,6 +49,27 @@ public:
     }
     qint64 lockWait = 0;
 };
+
+// A QPSQL connection from "key=value" settings; search_path names the schema of the tables.
+QSqlDatabase serverConnection(const QString& settings)
+{
+    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"));
+    for (const QString& setting : settings.split(u' ', Qt::SkipEmptyParts)) {
+        const QString key = setting.section(u'=', 0, 0);
+        const QString value = setting.section(u'=', 1);
+        if (key == u"host")
+            db.setHostName(value);
+        else if (key == u"port")
+            db.setPort(value.toInt());
+        else if (key == u"user")
+            db.setUserName(value);
+        else if (key == u"dbname")
+            db.setDatabaseName(value);
+        else if (key == u"search_path")
+            db.setConnectOptions(u"options='-c search_path=" + value + u'\'');
+    }
+    return db;
+}
 
 struct Discharged
 {
@@ -72,13 +99,31 @@ int main(int argc, char** argv)
             ? args.at(7).split(u',')
             : QStringList{QStringLiteral("P1"), QStringLiteral("P2"), QStringLiteral("P3")};
 
-    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
-    db.setDatabaseName(args.at(1));
+    const bool onServer = args.at(1).contains(u"host=");
+    QSqlDatabase db;
+    if (onServer) {
+        db = serverConnection(args.at(1));
+    } else {
+        db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"));
+        db.setDatabaseName(args.at(1));
+    }
     if (!db.open()) {
         std::fprintf(stderr, "cannot open %s\n", qPrintable(args.at(1)));
         return 2;
     }
-    TimedDataObject data(db);
+    std::unique_ptr<oquivran::DataObject> object;
+    qint64* lockWait = nullptr;
+    if (onServer) {
+        auto timed = std::make_unique<TimedDataObject<oquivran::PgDataObject>>(db);
+        lockWait = &timed->lockWait;
+        object = std::move(timed);
+    } else {
+        auto timed = std::make_unique<TimedDataObject<oquivran::SqlDataObject>>(db);
+        lockWait = &timed->lockWait;
+        object = std::move(timed);
+    }
+    oquivran::DataObject& data = *object;
+    const int pause = qEnvironmentVariableIntValue("OQUIVRAN_STRESS_PAUSE_MS");
     // Messages are the operator's to read; here they only go to the error output.
     oquivran::setMessageHandler([](const QString& prompt, int style, const QString&) {
         std::fprintf(stderr, "message: %s\n", qPrintable(QString(prompt).replace(u'\n', u' ')));
@@ -94,9 +139,11 @@ int main(int argc, char** argv)
 
     const auto report = [&](const char* what, int subItem, const QString& product, bool ok) {
         std::printf("%s %s %d %s %s %lld\n", what, qPrintable(operation), subItem,
-                    qPrintable(product), ok ? "accepted" : "refused", qint64(data.lockWait));
+                    qPrintable(product), ok ? "accepted" : "refused", qint64(*lockWait));
         std::fflush(stdout);
-        data.lockWait = 0;
+        *lockWait = 0;
+        if (!ok && pause > 0)
+            QThread::msleep(pause);
     };
     QList<Discharged> discharged;
     for (int subItem = 1; subItem <= subItems; ++subItem) {

@@ -1,16 +1,18 @@
 // Several operators on one stock: worker processes discharging from one SQLite file at once,
 // killed at random moments, and the stale proposal an operator accepts after another process
-// consumed its stock. The invariants are read from the tables alone (StressDatabase.h).
+// consumed its stock. The invariants are read from the tables alone (StressDatabase.h). Under
+// OQUIVRAN_TEST_DATABASE=postgresql the stock is on the throwaway server instead, and the server
+// is also restarted in the middle of a run.
 #include "DischargeSave.h"
+#include "FixtureDatabase.h"
 #include "MessageRecorder.h"
 #include "ModuleState.h"
 #include "StressDatabase.h"
-#include "TempDatabase.h"
 #include "modManejoInsumos.h"
 
 #include <oquivran/Module.h>
-#include <oquivran/SqlDataObject.h>
 
+#include <QFileInfo>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTest>
@@ -49,6 +51,29 @@ QSet<QString> reportedDischarged(const QList<stress::Attempt>& attempts)
     }
     return discharged;
 }
+
+// The shared stock of a test: a new SQLite file, or under the postgresql variant a schema of
+// its own on the throwaway server.
+class Stock
+{
+public:
+    Stock() : m_database(QStringLiteral("stock.sqlite")) {}
+
+    bool isOpen() const { return m_database.isOpen(); }
+    QSqlDatabase database() const { return m_database.database(); }
+    // What a worker opens: the file, or the server's settings with the schema's search path.
+    QString location() const
+    {
+        if (!FixtureDatabase::onPostgreSql())
+            return database().databaseName();
+        return PgTestDatabase::connectionSettings().join(u' ') + u" search_path=" +
+               database().connectOptions().section(u'=', 2).remove(u'\'');
+    }
+    std::unique_ptr<DataObject> dataObject() const { return m_database.dataObject(); }
+
+private:
+    FixtureDatabase m_database;
+};
 
 struct StressRun
 {
@@ -114,10 +139,10 @@ private Q_SLOTS:
 
     void stressWithAtomicWrites()
     {
-        TempDatabase db(QStringLiteral("stock.sqlite"));
+        Stock db;
         QVERIFY(db.isOpen());
         stress::seed(db.database(), halfOfTheDemand());
-        const StressRun run = stress(db.filePath(), true);
+        const StressRun run = stress(db.location(), true);
         if (QTest::currentTestFailed())
             return;
         QCOMPARE(run.accepted + run.refused, run.attempts);
@@ -137,10 +162,10 @@ private Q_SLOTS:
     // processes' statements interleave, so it is reported, not asserted; only the counting is.
     void stressWithoutAtomicWrites()
     {
-        TempDatabase db(QStringLiteral("stock.sqlite"));
+        Stock db;
         QVERIFY(db.isOpen());
         stress::seed(db.database(), halfOfTheDemand());
-        const StressRun run = stress(db.filePath(), false);
+        const StressRun run = stress(db.location(), false);
         if (QTest::currentTestFailed())
             return;
         QCOMPARE(run.accepted + run.refused, run.attempts);
@@ -158,7 +183,7 @@ private Q_SLOTS:
     // place.
     void killedWorkers()
     {
-        TempDatabase db(QStringLiteral("stock.sqlite"));
+        Stock db;
         QVERIFY(db.isOpen());
         stress::seed(db.database(), halfOfTheDemand());
         QRandomGenerator random(20261123);
@@ -171,7 +196,7 @@ private Q_SLOTS:
         int generation = 0;
         const auto start = [&](Slot& slot) {
             ++generation;
-            slot.process.reset(stress::startWorker(worker, db.filePath(),
+            slot.process.reset(stress::startWorker(worker, db.location(),
                                                    QStringLiteral("K%1").arg(generation), 50,
                                                    generation, true, 40));
             slot.output.clear();
@@ -220,6 +245,111 @@ private Q_SLOTS:
               qint64(after.subItems.size()));
     }
 
+    // The server restarted (pg_ctl restart -m fast) while 8 operators discharge with atomic
+    // writes: each sees a clear message with the server's words, nothing is half-written, and
+    // each goes on discharging once its connection is opened again.
+    void serverRestartedMidRun()
+    {
+        if (!FixtureDatabase::onPostgreSql())
+            QSKIP("restarts the throwaway PostgreSQL server (OQUIVRAN_TEST_DATABASE=postgresql)");
+        Stock db;
+        QVERIFY(db.isOpen());
+        // Enough stock for every attempt: a refusal then only comes from the restart or from
+        // a unit that lost a conflict with another.
+        stress::seed(db.database(), {{QStringLiteral("I1"), 2000},
+                                     {QStringLiteral("I2"), 2000},
+                                     {QStringLiteral("I3"), 2000},
+                                     {QStringLiteral("I4"), 2000}});
+        const int perWorker = 300;
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        // While the server is down, an operator's next attempts wait a little before it tries
+        // again, as a person would.
+        environment.insert(QStringLiteral("OQUIVRAN_STRESS_PAUSE_MS"), QStringLiteral("100"));
+        std::vector<std::unique_ptr<QProcess>> workers;
+        for (int w = 1; w <= 8; ++w) {
+            auto process = std::make_unique<QProcess>();
+            process->setProcessEnvironment(environment);
+            // Messages and attempts in the order they happened.
+            process->setProcessChannelMode(QProcess::MergedChannels);
+            process->start(worker,
+                           {db.location(), QStringLiteral("R%1").arg(w), QString::number(perWorker),
+                            QString::number(w), QStringLiteral("1"), QStringLiteral("0")});
+            workers.push_back(std::move(process));
+        }
+        // Restart early in the run, once a few workers have discharged something.
+        for (int wait = 0; wait < 100; ++wait) {
+            QThread::msleep(20);
+            QSqlQuery query(db.database());
+            if (query.exec(QStringLiteral("select count(distinct EXTINT) from DIP")) &&
+                query.next() && query.value(0).toInt() >= 3)
+                break;
+        }
+        const QString state = QFileInfo(qEnvironmentVariable("OQUIVRAN_TEST_POSTGRESQL")).path();
+        QProcess restart;
+        restart.start(QStringLiteral(OQUIVRAN_POSTGRESQL_SERVER),
+                      {QStringLiteral("restart"), state});
+        QVERIFY(restart.waitForFinished(120000));
+        QCOMPARE(restart.exitCode(), 0);
+
+        QList<stress::Attempt> all;
+        int resumed = 0;
+        for (auto& process : workers) {
+            QVERIFY(process->waitForFinished(300000));
+            QCOMPARE(process->exitStatus(), QProcess::NormalExit);
+            QCOMPARE(process->exitCode(), 0);
+            const QByteArray output = process->readAll();
+            // The first message about the connection the worker printed (others may tell of
+            // a unit that lost a conflict with another), and whether it discharged after it.
+            const auto aboutTheConnection = [](const QByteArray& line) {
+                // The common error message, with the server's or the connection's own words.
+                return line.contains("terminating connection") ||
+                       line.contains("server closed the connection") ||
+                       line.contains("connection to the database was lost") ||
+                       line.contains("could not connect") ||
+                       line.contains("no connection to the server") ||
+                       line.contains("shutting down") || line.contains("starting up") ||
+                       // libpq's own words follow the operator's language.
+                       line.contains("conexi") || line.contains("servidor");
+            };
+            const QList<QByteArray> lines = output.split('\n');
+            qsizetype firstMessage = -1;
+            bool acceptedAfter = false;
+            int attempts = 0;
+            for (qsizetype i = 0; i < lines.size(); ++i) {
+                if (lines.at(i).startsWith("message:")) {
+                    if (firstMessage < 0 && aboutTheConnection(lines.at(i)))
+                        firstMessage = i;
+                    continue;
+                }
+                if (lines.at(i).startsWith("discharge ")) {
+                    ++attempts;
+                    if (firstMessage >= 0 && lines.at(i).contains(" accepted "))
+                        acceptedAfter = true;
+                }
+            }
+            QCOMPARE(attempts, perWorker);
+            QVERIFY2(firstMessage >= 0,
+                     qPrintable(u"a worker saw no message about its connection: " +
+                                QString::fromUtf8(output.right(600))));
+            QVERIFY2(lines.at(firstMessage).contains(" - Secci"),
+                     lines.at(firstMessage).constData());
+            if (acceptedAfter)
+                ++resumed;
+            all += stress::attempts(output);
+        }
+        // Every operator discharged again once the server was back.
+        QCOMPARE(resumed, 8);
+        db.database().close();
+        QVERIFY(db.database().open());
+        const stress::Consistency after = stress::check(db.database());
+        QVERIFY2(after.holds(), qPrintable(after.summary()));
+        // A unit committed just as its connection was ended may not have been reported.
+        const QSet<QString> reported = reportedDischarged(all);
+        QVERIFY((after.subItems - reported).size() + (reported - after.subItems).size() <= 8);
+        qInfo("restart mid-run: %lld sub-items written, %lld reported",
+              qint64(after.subItems.size()), qint64(reported.size()));
+    }
+
     // An operator's proposal, then another process consumes part of its stock, then F11.
     void staleProposal_data()
     {
@@ -230,10 +360,11 @@ private Q_SLOTS:
     void staleProposal()
     {
         QFETCH(bool, atomic);
-        TempDatabase db(QStringLiteral("stock.sqlite"));
+        Stock db;
         QVERIFY(db.isOpen());
         stress::seed(db.database(), halfOfTheDemand());
-        SqlDataObject data(db.database());
+        const std::unique_ptr<DataObject> dataObject = db.dataObject();
+        DataObject& data = *dataObject;
         MessageRecorder recorder;
         setAtomicWrites(atomic);
         ModuleState& state = moduleState();
@@ -252,7 +383,7 @@ private Q_SLOTS:
 
         // Another operator, in another process, discharges one unit of P1 from D1.
         std::unique_ptr<QProcess> other(stress::startWorker(
-            worker, db.filePath(), QStringLiteral("B"), 1, 1, atomic, 0, QStringLiteral("P1")));
+            worker, db.location(), QStringLiteral("B"), 1, 1, atomic, 0, QStringLiteral("P1")));
         QVERIFY(other->waitForFinished(60000));
         const QList<stress::Attempt> done = stress::attempts(other->readAllStandardOutput());
         QCOMPARE(done.size(), 1);
