@@ -27,6 +27,8 @@
 //   static QStringList fieldsAfterAddedColumn();  the fields of "select *" on T(A) once a
 //                                         column b was added as "B"
 //   void nothingLeftReading();           checks that no statement of the object still reads
+//   void visitAfterAddedColumn(dao, sql); checks a visit of "select *" on T once a column was
+//                                         added, where the object keeps its statements
 template<typename Server>
 class DataObjectContract
 {
@@ -435,7 +437,7 @@ public:
         QCOMPARE(run(dao, QStringLiteral("delete from PRD where PRDNRO = 'P1'")), 1);
     }
 
-    // A statement whose table changed is prepared again with the new columns.
+    // A statement whose table changed is read with the new columns.
     static void forEachRowAfterTableChange(Server& server)
     {
         Object dao(server.database());
@@ -452,9 +454,7 @@ public:
         QCOMPARE(fields, QStringList({QStringLiteral("A")}));
         QSqlQuery other(server.database());
         QVERIFY(other.exec(QStringLiteral("alter table T add column B text default 'b'")));
-        dao.setSql(sql);
-        QVERIFY(dao.forEachRow(visit));
-        QCOMPARE(fields, Server::fieldsAfterAddedColumn());
         QCOMPARE(rows(dao, sql).fieldNames(), Server::fieldsAfterAddedColumn());
+        server.visitAfterAddedColumn(dao, sql);
     }
 };

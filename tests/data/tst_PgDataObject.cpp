@@ -1,10 +1,9 @@
-#include "DateText.h"
+#include "DataObjectContract.h"
 #include "LocaleText.h"
 #include "NumberFormat.h"
 #include "NumberText.h"
 #include "PgTestDatabase.h"
 #include "Schema.h"
-#include "SqlValue.h"
 
 #include <oquivran/PgDataObject.h>
 #include <oquivran/Recordset.h>
@@ -19,52 +18,22 @@
 #include <functional>
 #include <memory>
 
-using oquivran::DateText;
 using oquivran::NumberFormat;
 using oquivran::NumberText;
 using oquivran::PgDataObject;
 using oquivran::Recordset;
 using oquivran::RuntimeError;
 using oquivran::Schema;
-using oquivran::SqlValue;
 
-// PgDataObject on the throwaway server: the cases of tst_SqlDataObject, with the same results
-// under both decimal separators, and what only a server has (units of atomic writes, a
-// connection that breaks).
-class tst_PgDataObject : public QObject
+// The PostgreSQL side of the cases every data object shares (DataObjectContract.h): a schema
+// of its own on the throwaway server, and an observer connection that reads past the object.
+struct PostgresqlServer
 {
-    Q_OBJECT
+    using Object = PgDataObject;
 
-private:
-    std::unique_ptr<PgTestDatabase> m_temp;
+    std::unique_ptr<PgTestDatabase> temp;
 
-    QSqlDatabase db() const { return m_temp->database(); }
-
-    static qint32 run(PgDataObject& dao, const QString& sql)
-    {
-        dao.setSql(sql);
-        return dao.execute();
-    }
-
-    static Recordset rows(PgDataObject& dao, const QString& sql)
-    {
-        Recordset rs;
-        dao.setSql(sql);
-        dao.open(rs);
-        return rs;
-    }
-
-    // The error a call raises; number 0 when it raises none.
-    static RuntimeError errorOf(const std::function<void()>& call)
-    {
-        try {
-            call();
-        } catch (const RuntimeError& error) {
-            return error;
-        }
-        return RuntimeError(0, QString());
-    }
-
+    QSqlDatabase database() const { return temp->database(); }
     // A value read past the object under test, on a connection of its own.
     QVariant scalar(const QString& sql) const
     {
@@ -81,8 +50,51 @@ private:
         const QVariant n = scalar(u"select count(*) from " + table);
         return n.isValid() ? n.toInt() : -1;
     }
+    static QString source() { return QStringLiteral("PgDataObject"); }
+    // A column keeps the type it was declared with: there is no class per value to check.
+    static QString typeOf(const QString&) { return QString(); }
+    static QString realType() { return QStringLiteral("DOUBLE PRECISION"); }
+    static QString noTableMessage() { return QStringLiteral("relation \"nope\" does not exist"); }
+    static QString notNullMessage() { return QStringLiteral("null value in column \"prdnro\""); }
+    static QString duplicateKeyMessage() { return QStringLiteral("duplicate key value"); }
+    // A field the statement does not write keeps the server's name.
+    static QStringList fieldsAfterAddedColumn()
+    {
+        return {QStringLiteral("A"), QStringLiteral("b")};
+    }
+    // A statement read in part is closed on the server when the visit ends; nothing of it is
+    // seen from outside.
+    void nothingLeftReading() const {}
+    // Statements are prepared on the server per text; the fields of a changed table are read
+    // through open().
+    static void visitAfterAddedColumn(PgDataObject&, const QString&) {}
+};
 
-    static QString quoted(double value) { return u'\'' + NumberText::toText(value) + u'\''; }
+using Contract = DataObjectContract<PostgresqlServer>;
+
+// PgDataObject on the throwaway server: the cases every data object shares, with the same
+// results under both decimal separators, and what only a server has (statements prepared on
+// the server, units of atomic writes, a connection that breaks).
+class tst_PgDataObject : public QObject
+{
+    Q_OBJECT
+
+private:
+    PostgresqlServer m_server;
+
+    QSqlDatabase db() const { return m_server.database(); }
+    QVariant scalar(const QString& sql) const { return m_server.scalar(sql); }
+    int count(const QString& table) const { return m_server.count(table); }
+
+    static qint32 run(PgDataObject& dao, const QString& sql) { return Contract::run(dao, sql); }
+    static Recordset rows(PgDataObject& dao, const QString& sql)
+    {
+        return Contract::rows(dao, sql);
+    }
+    static RuntimeError errorOf(const std::function<void()>& call)
+    {
+        return Contract::errorOf(call);
+    }
 
 private Q_SLOTS:
     void initTestCase()
@@ -92,8 +104,8 @@ private Q_SLOTS:
     }
     void init()
     {
-        m_temp = std::make_unique<PgTestDatabase>();
-        QVERIFY(m_temp->isOpen());
+        m_server.temp = std::make_unique<PgTestDatabase>();
+        QVERIFY(m_server.temp->isOpen());
         Schema::create(db(), Schema::Database::Discharge);
         QVERIFY(QSqlDatabase::cloneDatabase(db(), QStringLiteral("observer")).open());
     }
@@ -101,74 +113,64 @@ private Q_SLOTS:
     {
         QSqlDatabase::database(QStringLiteral("observer"), false).close();
         QSqlDatabase::removeDatabase(QStringLiteral("observer"));
-        m_temp.reset();
+        m_server.temp.reset();
     }
 
-    void insertStoresNumbersAndDates()
-    {
-        PgDataObject dao(db());
-        const QDate date(2026, 11, 22);
-        QCOMPARE(run(dao, u"insert into DIP (EXTINT, EXTSBT, PRDMUL, DIPCAN, DIPFEC) values "
-                          u"('OP1', 1, " +
-                              quoted(2.5) + u", cdbl('" + NumberText::toText(12.3456) +
-                              u"'), datevalue('" + DateText::toText(date) + u"'))"),
-                 1);
-        Recordset rs = rows(dao, QStringLiteral("select PRDMUL, DIPCAN, DIPFEC from DIP"));
-        QCOMPARE(rs.recordCount(), 1);
-        QCOMPARE(rs.value(QStringLiteral("PRDMUL")).typeId(), QMetaType::Double);
-        QCOMPARE(rs.value(QStringLiteral("prdmul")).toDouble(), 2.5);
-        QCOMPARE(rs.value(QStringLiteral("DIPCAN")).toDouble(), 12.3456);
-        QCOMPARE(rs.value(QStringLiteral("DIPFEC")).typeId(), QMetaType::QDate);
-        QCOMPARE(rs.value(QStringLiteral("DIPFEC")).toDate(), date);
-    }
-
-    void quotedLocaleValues_data()
-    {
-        QTest::addColumn<double>("quantity");
-        QTest::addColumn<QDate>("date");
-        QTest::newRow("fraction") << 1234.5 << QDate(2026, 1, 2);
-        QTest::newRow("small") << 0.0001 << QDate(1999, 12, 31);
-        QTest::newRow("negative") << -3.25 << QDate(2000, 2, 29);
-        QTest::newRow("whole") << 17.0 << QDate(2030, 7, 14);
-    }
+    void insertStoresNumbersAndDates() { Contract::insertStoresNumbersAndDates(m_server); }
+    void quotedLocaleValues_data() { Contract::quotedLocaleValuesData(); }
     void quotedLocaleValues()
     {
         QFETCH(double, quantity);
         QFETCH(QDate, date);
-        PgDataObject dao(db());
-        run(dao, u"insert into DIP (EXTINT, EXTSBT, DIPCAN, EXTFOF) values ('A', 1, " +
-                     quoted(quantity) + u", '" + DateText::toText(date) + u"')");
-        Recordset rs = rows(dao, QStringLiteral("select DIPCAN, EXTFOF from DIP"));
-        QCOMPARE(rs.value(QStringLiteral("DIPCAN")).toDouble(), quantity);
-        QCOMPARE(rs.value(QStringLiteral("EXTFOF")).toDate(), date);
-
-        // The same values written by update, into lower-case names.
-        run(dao, u"update dip set dipcan = " + quoted(quantity * 2) + u", extfof = '" +
-                     DateText::toText(date.addDays(1)) + u"' where extint = 'A'");
-        rs = rows(dao, QStringLiteral("select DIPCAN, EXTFOF from DIP"));
-        QCOMPARE(rs.value(QStringLiteral("DIPCAN")).toDouble(), quantity * 2);
-        QCOMPARE(rs.value(QStringLiteral("EXTFOF")).toDate(), date.addDays(1));
+        Contract::quotedLocaleValues(m_server, quantity, date);
     }
-
-    void updateStoresFormattedReal()
+    void updateStoresFormattedReal() { Contract::updateStoresFormattedReal(m_server); }
+    void selectTop() { Contract::selectTop(m_server); }
+    void oneStatementOnly_data()
     {
-        PgDataObject dao(db());
-        for (const QString& declaration : {QStringLiteral("D1"), QStringLiteral("D2")})
-            run(dao, u"insert into INS (INTDCL, ARTNRO, ARTITM, ARTSBT, ARTCAT, ARTDSC) values "
-                     u"('" +
-                         declaration + u"', 'A1', 1, 1, " + SqlValue::real(100.5) + u", 0)");
-        QCOMPARE(run(dao, u"update INS set ARTDSC = format(ARTCAT - cdbl('" +
-                              NumberText::toText(12.34565) +
-                              u"'),'00.0000') where INTDCL = 'D1' and ARTNRO = 'A1'"),
-                 1);
-        Recordset rs = rows(dao, QStringLiteral("select INTDCL, ARTDSC from INS order by INTDCL"));
-        QCOMPARE(rs.value(QStringLiteral("ARTDSC")).typeId(), QMetaType::Double);
-        QCOMPARE(rs.value(QStringLiteral("ARTDSC")).toDouble(), 88.1544);
-        rs.moveNext();
-        QCOMPARE(rs.value(QStringLiteral("ARTDSC")).toDouble(), 0.0);
-        rs = rows(dao, QStringLiteral("select count(*) as n from INS where ARTDSC > 88"));
-        QCOMPARE(rs.value(QStringLiteral("n")).toInt(), 1);
+        Contract::oneStatementOnlyData();
+        // Statements the server would run in one go are refused as well.
+        QTest::newRow("not shared") << QStringLiteral("create table X1 (A int); drop table PRD");
     }
+    void oneStatementOnly()
+    {
+        QFETCH(QString, sql);
+        Contract::oneStatementOnly(m_server, sql);
+    }
+    void endingsOfOneStatement_data() { Contract::endingsOfOneStatementData(); }
+    void endingsOfOneStatement()
+    {
+        QFETCH(QString, ending);
+        Contract::endingsOfOneStatement(m_server, ending);
+    }
+    void emptyStatement_data() { Contract::emptyStatementData(); }
+    void emptyStatement()
+    {
+        QFETCH(QString, sql);
+        Contract::emptyStatement(m_server, sql);
+    }
+    void affectedRecords() { Contract::affectedRecords(m_server); }
+    void openWithoutRows() { Contract::openWithoutRows(m_server); }
+    void sumOverNoRows() { Contract::sumOverNoRows(m_server); }
+    void errorsCarryTheDatabaseMessage_data() { Contract::errorsCarryTheDatabaseMessageData(); }
+    void errorsCarryTheDatabaseMessage()
+    {
+        QFETCH(QString, sql);
+        QFETCH(QString, message);
+        Contract::errorsCarryTheDatabaseMessage(m_server, sql, message);
+    }
+    void duplicateKeyMessage() { Contract::duplicateKeyMessage(m_server); }
+    void quantityRoundTrip_data() { Contract::quantityRoundTripData(); }
+    void quantityRoundTrip()
+    {
+        QFETCH(double, quantity);
+        QFETCH(QString, formatted);
+        Contract::quantityRoundTrip(m_server, quantity, formatted);
+    }
+    void dateRoundTrip() { Contract::dateRoundTrip(m_server); }
+    void forEachRowWithoutRows() { Contract::forEachRowWithoutRows(m_server); }
+    void forEachRowKeepsItsStatement() { Contract::forEachRowKeepsItsStatement(m_server); }
+    void forEachRowAfterTableChange() { Contract::forEachRowAfterTableChange(m_server); }
 
     // format() on the server gives what NumberFormat gives here, for values that sit on a
     // rounding edge and for random ones, under the locale's separator.
@@ -212,127 +214,6 @@ private Q_SLOTS:
                  NumberFormat::rounded(value, pattern));
     }
 
-    void selectTop()
-    {
-        PgDataObject dao(db());
-        for (int sub = 1; sub <= 3; ++sub)
-            run(dao,
-                u"insert into DIP (EXTINT, EXTSBT) values ('OP', " + QString::number(sub) + u')');
-        Recordset rs =
-            rows(dao, QStringLiteral("select top 1 EXTSBT from DIP order by EXTSBT desc"));
-        QCOMPARE(rs.recordCount(), 1);
-        QCOMPARE(rs.value(QStringLiteral("EXTSBT")).toInt(), 3);
-        rs = rows(dao, QStringLiteral("SELECT TOP 2 * FROM DIP WHERE EXTINT = 'OP';"));
-        QCOMPARE(rs.recordCount(), 2);
-    }
-
-    void oneStatementOnly_data()
-    {
-        QTest::addColumn<QString>("sql");
-        QTest::newRow("insert and delete") << QStringLiteral(
-            "insert into PRD (CATNRO, PRDNRO) values ('C', 'P'); delete from PRD");
-        QTest::newRow("two inserts")
-            << QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P');insert into "
-                              "PRD (CATNRO, PRDNRO) values ('C', 'Q')");
-        QTest::newRow("insert and select")
-            << QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P'); select 1");
-        QTest::newRow("insert and garbage")
-            << QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P'); garbage");
-        QTest::newRow("not shared") << QStringLiteral("create table X1 (A int); drop table PRD");
-    }
-    void oneStatementOnly()
-    {
-        QFETCH(QString, sql);
-        PgDataObject dao(db());
-        dao.setSql(sql);
-        RuntimeError error = errorOf([&] { dao.execute(); });
-        QCOMPARE(error.number, qint32(oquivran::DatabaseError));
-        QCOMPARE(error.description,
-                 QStringLiteral("Unable to execute multiple statements at a time"));
-        QCOMPARE(count(QStringLiteral("PRD")), 0);
-        error = errorOf([&] {
-            Recordset rs;
-            dao.open(rs);
-        });
-        QCOMPARE(error.description,
-                 QStringLiteral("Unable to execute multiple statements at a time"));
-        QCOMPARE(count(QStringLiteral("PRD")), 0);
-    }
-
-    void endingsOfOneStatement_data()
-    {
-        QTest::addColumn<QString>("ending");
-        QTest::newRow("nothing") << QString();
-        QTest::newRow("semicolon") << QStringLiteral(";");
-        QTest::newRow("semicolons and blanks") << QStringLiteral(" ;\n ; ");
-        QTest::newRow("comment") << QStringLiteral("; -- done");
-        QTest::newRow("block comment") << QStringLiteral(" /* done */");
-    }
-    void endingsOfOneStatement()
-    {
-        QFETCH(QString, ending);
-        PgDataObject dao(db());
-        QCOMPARE(run(dao, u"insert into PRD (CATNRO, PRDNRO) values ('C', 'P')" + ending), 1);
-        QCOMPARE(count(QStringLiteral("PRD")), 1);
-    }
-
-    void emptyStatement_data()
-    {
-        QTest::addColumn<QString>("sql");
-        QTest::newRow("empty") << QString();
-        QTest::newRow("blank") << QStringLiteral("  \n ");
-        QTest::newRow("semicolon") << QStringLiteral(" ; ");
-        QTest::newRow("comment") << QStringLiteral("-- nothing");
-    }
-    void emptyStatement()
-    {
-        QFETCH(QString, sql);
-        PgDataObject dao(db());
-        dao.setSql(sql);
-        const RuntimeError error = errorOf([&] { dao.execute(); });
-        QCOMPARE(error.number, qint32(oquivran::DatabaseError));
-        QVERIFY(!error.description.isEmpty());
-    }
-
-    void affectedRecords()
-    {
-        PgDataObject dao(db());
-        QCOMPARE(run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P')")), 1);
-        QCOMPARE(run(dao, QStringLiteral(
-                              "insert into PRD (CATNRO, PRDNRO) values ('C', 'Q'), ('D', 'R')")),
-                 2);
-        QCOMPARE(run(dao, u"update PRD set PRDMUL = " + quoted(1.5)), 3);
-        QCOMPARE(run(dao, QStringLiteral("update PRD set PRDMUL = 2 where CATNRO = 'C'")), 2);
-        QCOMPARE(run(dao, QStringLiteral("update PRD set PRDMUL = 2 where CATNRO = 'X'")), 0);
-        QCOMPARE(run(dao, QStringLiteral("select * from PRD")), 0);
-        QCOMPARE(run(dao, QStringLiteral("create table EXTRA (A DOUBLE PRECISION)")), 0);
-        QCOMPARE(run(dao, QStringLiteral("delete from PRD where PRDNRO = 'R'")), 1);
-        QCOMPARE(run(dao, QStringLiteral("delete from PRD where PRDNRO = 'R'")), 0);
-        QCOMPARE(run(dao, QStringLiteral("delete from PRD")), 2);
-        QCOMPARE(count(QStringLiteral("PRD")), 0);
-    }
-
-    void openWithoutRows()
-    {
-        PgDataObject dao(db());
-        Recordset rs(QStringList{QStringLiteral("OLD")});
-        rs.appendRow({1});
-        dao.setSql(QStringLiteral("select EXTINT, DIPCAN from DIP where EXTSBT = 99"));
-        QVERIFY(!dao.open(rs));
-        QVERIFY(rs.eof());
-        QCOMPARE(rs.recordCount(), 0);
-        // The server folds unquoted names to lower case; fields come back named as written.
-        QCOMPARE(rs.fieldNames(),
-                 (QStringList{QStringLiteral("EXTINT"), QStringLiteral("DIPCAN")}));
-
-        run(dao, QStringLiteral("insert into DIP (EXTINT, EXTSBT) values ('A', 99)"));
-        dao.setSql(QStringLiteral("select EXTINT, DIPCAN from DIP where EXTSBT = 99"));
-        QVERIFY(dao.open(rs));
-        QCOMPARE(rs.recordCount(), 1);
-        QCOMPARE(rs.value(QStringLiteral("EXTINT")).toString(), QStringLiteral("A"));
-        QVERIFY(rs.value(QStringLiteral("DipCan")).isNull());
-    }
-
     // Without a name in the statement, a field is named as the tables of the component name
     // their columns; aliases as written.
     void fieldNamesAsSQLiteGivesThem()
@@ -346,16 +227,6 @@ private Q_SLOTS:
         QCOMPARE(rows(dao, QStringLiteral("select sum(DIPCAN) as TotCan, count(*) AS n from DIP"))
                      .fieldNames(),
                  QStringList({QStringLiteral("TotCan"), QStringLiteral("n")}));
-    }
-
-    void sumOverNoRows()
-    {
-        PgDataObject dao(db());
-        Recordset rs;
-        dao.setSql(QStringLiteral("select sum(DIPCAN) as total from DIP"));
-        QVERIFY(dao.open(rs));
-        QCOMPARE(rs.recordCount(), 1);
-        QVERIFY(rs.value(QStringLiteral("total")).isNull());
     }
 
     void valueTypes()
@@ -380,96 +251,6 @@ private Q_SLOTS:
         QCOMPARE(rs.value(QStringLiteral("big")).toLongLong(), 5000000000LL);
         QCOMPARE(rs.value(QStringLiteral("b")).toByteArray(), QByteArray("\x01\x02"));
         QCOMPARE(rs.value(QStringLiteral("yes")), QVariant(1));
-    }
-
-    void errorsCarryTheDatabaseMessage_data()
-    {
-        QTest::addColumn<QString>("sql");
-        QTest::addColumn<QString>("message");
-        QTest::newRow("no table") << QStringLiteral("select * from NOPE")
-                                  << QStringLiteral("relation \"nope\" does not exist");
-        QTest::newRow("syntax") << QStringLiteral("selec 1") << QStringLiteral("syntax error");
-        QTest::newRow("type mismatch")
-            << QStringLiteral("insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('C', 'P', "
-                              "cdbl('x'))")
-            << QStringLiteral("Type mismatch");
-        QTest::newRow("bad date") << QStringLiteral(
-                                         "insert into DIP (EXTINT, EXTSBT, DIPFEC) values ('A', 1, "
-                                         "datevalue('x'))")
-                                  << QStringLiteral("Type mismatch");
-        QTest::newRow("not null") << QStringLiteral("insert into PRD (CATNRO) values ('C')")
-                                  << QStringLiteral("null value in column \"prdnro\"");
-    }
-    void errorsCarryTheDatabaseMessage()
-    {
-        QFETCH(QString, sql);
-        QFETCH(QString, message);
-        PgDataObject dao(db());
-        dao.setSql(sql);
-        const RuntimeError error = errorOf([&] { dao.execute(); });
-        QCOMPARE(error.number, qint32(oquivran::DatabaseError));
-        QCOMPARE(error.source, QStringLiteral("PgDataObject"));
-        QVERIFY2(error.description.contains(message), qPrintable(error.description));
-        QCOMPARE(count(QStringLiteral("PRD")), 0);
-        QCOMPARE(count(QStringLiteral("DIP")), 0);
-        QCOMPARE(run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P')")), 1);
-    }
-
-    void duplicateKeyMessage()
-    {
-        PgDataObject dao(db());
-        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P')"));
-        dao.setSql(QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P')"));
-        const RuntimeError error = errorOf([&] { dao.execute(); });
-        QVERIFY2(error.description.contains(QStringLiteral("duplicate key value")),
-                 qPrintable(error.description));
-    }
-
-    void quantityRoundTrip_data()
-    {
-        QTest::addColumn<double>("quantity");
-        QTest::addColumn<QString>("formatted");
-        QTest::newRow("four decimals") << 1234.5678 << QStringLiteral("1234.5678");
-        QTest::newRow("small") << 0.0001 << QStringLiteral("0.0001");
-        QTest::newRow("whole") << 250.0 << QStringLiteral("250.0000");
-        QTest::newRow("large") << 99999.9999 << QStringLiteral("99999.9999");
-    }
-    void quantityRoundTrip()
-    {
-        QFETCH(double, quantity);
-        QFETCH(QString, formatted);
-        PgDataObject dao(db());
-        run(dao, u"insert into DIP (EXTINT, EXTSBT, DIPCAN) values ('A', 1, " +
-                     SqlValue::real(quantity) + u')');
-        QCOMPARE(run(dao, QStringLiteral("update DIP set RALCAN = format(DIPCAN,'0.0000')")), 1);
-        const Recordset rs = rows(
-            dao, QStringLiteral("select format(DIPCAN,'0.0000') as F, DIPCAN, RALCAN from DIP"));
-        QCOMPARE(rs.value(QStringLiteral("F")).toString(), localeText(formatted));
-        QCOMPARE(NumberText::toNumber(rs.value(QStringLiteral("F")).toString()), quantity);
-        QCOMPARE(rs.value(QStringLiteral("DIPCAN")).toDouble(), quantity);
-        QCOMPARE(rs.value(QStringLiteral("RALCAN")).toDouble(), quantity);
-
-        QCOMPARE(run(dao, u"update DIP set RIPCAN = cdbl('" +
-                              rs.value(QStringLiteral("F")).toString() + u"')"),
-                 1);
-        QCOMPARE(rows(dao, QStringLiteral("select RIPCAN from DIP"))
-                     .value(QStringLiteral("RIPCAN"))
-                     .toDouble(),
-                 quantity);
-    }
-
-    void dateRoundTrip()
-    {
-        PgDataObject dao(db());
-        const QDate date(2026, 3, 4);
-        run(dao,
-            u"insert into INTINS (INTDCL, INTFOF) values ('X', " + SqlValue::date(date) + u')');
-        Recordset rs =
-            rows(dao, u"select INTFOF from INTINS where INTFOF = " + SqlValue::date(date));
-        QCOMPARE(rs.recordCount(), 1);
-        QCOMPARE(rs.value(QStringLiteral("INTFOF")).toDate(), date);
-        rs = rows(dao, QStringLiteral("select INTFOF from INTINS where INTFOF = '2026-03-04'"));
-        QCOMPARE(rs.recordCount(), 1);
     }
 
     // The values go as parameters of one prepared statement: a quote inside a value never
@@ -601,76 +382,6 @@ private Q_SLOTS:
         qInfo("stopped after %d rows in %lld ms", visits, timer.elapsed());
         QCOMPARE(rows(dao, QStringLiteral("select 7 as n")).value(QStringLiteral("n")).toInt(), 7);
         QCOMPARE(run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P')")), 1);
-    }
-
-    void forEachRowWithoutRows()
-    {
-        PgDataObject dao(db());
-        int visits = 0;
-        dao.setSql(QStringLiteral("select PRDNRO from PRD where PRDNRO = 'none'"));
-        QVERIFY(!dao.forEachRow([&](const Recordset&) {
-            ++visits;
-            return true;
-        }));
-        QCOMPARE(visits, 0);
-    }
-
-    void forEachRowKeepsItsStatement()
-    {
-        PgDataObject dao(db());
-        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P1')"));
-        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P2')"));
-        const QString sql =
-            QStringLiteral("select PRDNRO from PRD where CATNRO = 'C' order by PRDNRO");
-        RuntimeError inner(0, QString());
-        int visits = 0;
-        dao.setSql(sql);
-        QVERIFY(dao.forEachRow([&](const Recordset&) {
-            ++visits;
-            inner = errorOf([&] { run(dao, QStringLiteral("delete from PRD")); });
-            return true;
-        }));
-        QCOMPARE(visits, 2);
-        QCOMPARE(inner.description,
-                 QStringLiteral("A statement cannot run while the rows of another are being read"));
-        QCOMPARE(count(QStringLiteral("PRD")), 2);
-
-        dao.setSql(sql);
-        const RuntimeError thrown = errorOf([&] {
-            dao.forEachRow([](const Recordset&) -> bool {
-                throw RuntimeError(5, QStringLiteral("from the visit"));
-            });
-        });
-        QCOMPARE(thrown.description, QStringLiteral("from the visit"));
-        QStringList seen;
-        dao.setSql(sql);
-        QVERIFY(dao.forEachRow([&](const Recordset& row) {
-            seen << row.value(QStringLiteral("PRDNRO")).toString();
-            return true;
-        }));
-        QCOMPARE(seen, QStringList({QStringLiteral("P1"), QStringLiteral("P2")}));
-        QCOMPARE(run(dao, QStringLiteral("delete from PRD where PRDNRO = 'P1'")), 1);
-    }
-
-    void forEachRowAfterTableChange()
-    {
-        PgDataObject dao(db());
-        run(dao, QStringLiteral("create table T (A integer)"));
-        run(dao, QStringLiteral("insert into T values (1)"));
-        const QString sql = QStringLiteral("select * from T where A = 1");
-        QStringList fields;
-        const auto visit = [&](const Recordset& row) {
-            fields = row.fieldNames();
-            return false;
-        };
-        dao.setSql(sql);
-        QVERIFY(dao.forEachRow(visit));
-        QCOMPARE(fields, QStringList({QStringLiteral("A")}));
-        QSqlQuery other(db());
-        QVERIFY(other.exec(QStringLiteral("alter table T add column B text default 'b'")));
-        Recordset rs = rows(dao, sql);
-        // A field the statement does not write keeps the server's name.
-        QCOMPARE(rs.fieldNames(), QStringList({QStringLiteral("A"), QStringLiteral("b")}));
     }
 
     void unitCommitsOrUndoes()

@@ -86,6 +86,17 @@ struct SqliteServer
         QVERIFY(other.next());
         QCOMPARE(other.value(0).toInt(), 0);
     }
+    // A kept statement whose table changed is prepared again with the new columns.
+    static void visitAfterAddedColumn(SqlDataObject& dao, const QString& sql)
+    {
+        QStringList fields;
+        dao.setSql(sql);
+        QVERIFY(dao.forEachRow([&](const oquivran::Recordset& row) {
+            fields = row.fieldNames();
+            return false;
+        }));
+        QCOMPARE(fields, fieldsAfterAddedColumn());
+    }
 };
 
 using Contract = DataObjectContract<SqliteServer>;
