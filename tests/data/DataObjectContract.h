@@ -29,8 +29,7 @@
 //   void nothingLeftReading();           checks that no statement of the object still reads
 //   void visitAfterAddedColumn(dao, sql); checks a visit of "select *" on T once a column was
 //                                         added, where the object keeps its statements
-template<typename Server>
-class DataObjectContract
+template <typename Server> class DataObjectContract
 {
 public:
     using Object = typename Server::Object;

@@ -281,7 +281,8 @@ private Q_SLOTS:
         const QString name = QStringLiteral("tst_SqlDataObject-unopenable");
         {
             QSqlDatabase bad = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
-            bad.setDatabaseName(m_server.temp->folder() + QStringLiteral("/missing/folder/x.sqlite"));
+            bad.setDatabaseName(m_server.temp->folder() +
+                                QStringLiteral("/missing/folder/x.sqlite"));
             SqlDataObject dao(bad);
             dao.setSql(QStringLiteral("select 1"));
             const RuntimeError error = errorOf([&] { dao.execute(); });
@@ -379,7 +380,9 @@ private Q_SLOTS:
         QCOMPARE(run(dao, QStringLiteral("update PRD set PRDMUL = 7")), 2);
         dao.rollback();
         QCOMPARE(count(QStringLiteral("PRD")), 1);
-        QCOMPARE(rows(dao, QStringLiteral("select PRDMUL from PRD")).value(QStringLiteral("PRDMUL")).toDouble(),
+        QCOMPARE(rows(dao, QStringLiteral("select PRDMUL from PRD"))
+                     .value(QStringLiteral("PRDMUL"))
+                     .toDouble(),
                  1.0);
         // Outside a unit each statement takes effect on its own again.
         run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'R')"));
@@ -403,13 +406,17 @@ private Q_SLOTS:
         QCOMPARE(error.number, qint32(oquivran::DatabaseError));
         QCOMPARE(error.description, QStringLiteral("database is locked"));
         // Reading is not held up by the other unit, and does not see it.
-        QCOMPARE(rows(dao, QStringLiteral("select count(*) as n from PRD")).value(QStringLiteral("n")).toInt(),
+        QCOMPARE(rows(dao, QStringLiteral("select count(*) as n from PRD"))
+                     .value(QStringLiteral("n"))
+                     .toInt(),
                  0);
 
         other.dao->commit();
         dao.transaction();
         // The unit sees what the other one committed.
-        QCOMPARE(rows(dao, QStringLiteral("select count(*) as n from PRD")).value(QStringLiteral("n")).toInt(),
+        QCOMPARE(rows(dao, QStringLiteral("select count(*) as n from PRD"))
+                     .value(QStringLiteral("n"))
+                     .toInt(),
                  1);
         dao.rollback();
     }
@@ -453,7 +460,9 @@ private Q_SLOTS:
             other.dao->transaction();
             other.dao->rollback();
         }
-        QCOMPARE(rows(dao, QStringLiteral("select sum(PRDMUL) as s from PRD")).value(QStringLiteral("s")).toInt(),
+        QCOMPARE(rows(dao, QStringLiteral("select sum(PRDMUL) as s from PRD"))
+                     .value(QStringLiteral("s"))
+                     .toInt(),
                  15 + 2);
     }
 
