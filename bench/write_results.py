@@ -1,7 +1,9 @@
 #!/usr/bin/env python3
 """Turns the benchmark's JSON output (with repetitions) into bench/RESULTS.md: the median
 time of each benchmark beside its floor, the ratio, the spread across repetitions, and the
-targets of the component."""
+targets of the component. F11 with atomic writes on (F11_atomic) and the throughput of several
+processes (Throughput) go to the section "Atomic writes", the cases on PostgreSQL (PG_*) to the
+section "PostgreSQL", each written only when the run measured them."""
 import json
 import statistics
 import sys
@@ -25,13 +27,24 @@ data["context"] = contexts[0]
 runs = defaultdict(list)
 cpu = defaultdict(list)
 counters = {}
+# Every repetition's counters (the throughput's accepted discharges per second, say).
+repetitions = defaultdict(list)
 for b in data["benchmarks"]:
     if b.get("run_type") != "iteration" or b.get("error_occurred"):
         continue
-    name = b["run_name"]
+    # Options the benchmark was registered with ("iterations:1", "manual_time") are not part of
+    # its case: Throughput/4/iterations:1/manual_time is read as Throughput/4.
+    name = "/".join(p for p in b["run_name"].split("/")
+                    if ":" not in p and p not in ("manual_time", "real_time"))
     runs[name].append(b["real_time"])  # milliseconds
     cpu[name].append(b["cpu_time"])
     counters[name] = {k: v for k, v in b.items() if k in ("lines", "rows", "per_subitem")}
+    repetitions[name].append(b)
+
+# Benchmarks with a section of their own instead of rows in the main table: F11 with atomic
+# writes on and the throughput of several processes ("Atomic writes"), the cases on PostgreSQL
+# ("PostgreSQL").
+own_section = ("F11_atomic", "Throughput", "PG_")
 
 
 def median(name):
@@ -66,7 +79,7 @@ def label(name):
 
 rows = []
 for name in runs:
-    if name.split("/")[0].endswith(("_floor", "_lookups")):
+    if name.split("/")[0].endswith(("_floor", "_lookups")) or name.startswith(own_section):
         continue
     parts = name.split("/")
     floor_name = "/".join([parts[0] + "_floor"] + parts[1:])
@@ -310,22 +323,203 @@ elif update:
         kept = text[text.index(section_title):]
         following = kept.find("\n## ", 1)
         section = [kept if following < 0 else kept[:following + 1]]
-# Sections of the file that this script does not write (each issue's own, written by hand)
-# stay as they are, in their order, before the reports' section.
-generated = ("## Targets", "## Reading the figures", section_title)
 try:
     with open(target) as f:
         existing = f.read()
 except FileNotFoundError:
     existing = ""
+
+
+def existing_section(title):
+    # The section of the target file under this heading, up to the next one; "" if none.
+    if title not in existing:
+        return ""
+    kept = existing[existing.index(title):]
+    following = kept.find("\n## ", 1)
+    return kept if following < 0 else kept[:following + 1]
+
+
+def between(text, start, end=None):
+    # The part of text from the line starting with start up to the line starting with end.
+    begin = text.find("\n" + start)
+    if begin < 0:
+        return ""
+    stop = text.find("\n" + end, begin + 1) if end else -1
+    return (text[begin + 1:] if stop < 0 else text[begin + 1:stop + 1]).strip("\n") + "\n"
+
+
+def size_name(lines):
+    return {10000: "10k", 100000: "100k", 1000000: "1M"}.get(abs(int(lines)), str(abs(int(lines))))
+
+
+def run_note():
+    return "Written by `scripts/bench` on %s (load average %s)" % (
+        ", ".join(c.get("date", "?") for c in contexts),
+        "; ".join(", ".join("%.2f" % x for x in c.get("load_avg", [])) for c in contexts))
+
+
+def ms(value, digits=2):
+    return "-" if value is None else "%.*f" % (digits, value)
+
+
+def ratio_of(a, b):
+    return "%.2f" % (a / b) if a and b else "-"
+
+
+# Sections written by this script when the run measured their benchmarks; otherwise they stay
+# as the file has them.
+own_sections = {}
+
+# F11 with atomic writes on beside F11 and its floor, and the throughput of several processes.
+atomic_title = "## Atomic writes (several operators on one stock)"
+atomic_cases = sorted({tuple(n.split("/")[1:]) for n in runs if n.split("/")[0] == "F11_atomic"},
+                      key=lambda a: [int(x) for x in a])
+throughput = sorted({int(n.split("/")[1]) for n in runs if n.split("/")[0] == "Throughput"})
+if atomic_cases or throughput:
+    previous = existing_section(atomic_title)
+    section_text = [atomic_title + "\n"]
+    section_text.append("%s, Release build: medians of %s repetitions, run interleaved in random "
+                        "order with the other benchmarks. On a loaded machine the absolute times "
+                        "are inflated and noisy, and the ratios are what to read.\n" % (
+                            run_note(),
+                            max((len(runs[n]) for n in runs
+                                 if n.startswith(("F11_atomic/", "Throughput/"))), default=0)))
+    for case in atomic_cases:
+        lines, inputs = case[0], case[1]
+        suffix = "/".join(case)
+        atomic_name = "F11_atomic/" + suffix
+        f11_name, floor_name = "F11/" + suffix, "F11_floor/" + suffix
+        # F11 and its floor not measured in this run: their rows in the main table.
+        kept = find("F11", size_name(lines), "%s inputs" % inputs)
+        f11 = median(f11_name) or (kept[3] if kept else None)
+        floor = median(floor_name) or (kept[5] if kept else None)
+        section_text.append("F11 of a %s-input product (%s lines), %s stock lines, median of %d:\n" % (
+            inputs, "%.0f" % counters[atomic_name]["lines"]
+            if "lines" in counters.get(atomic_name, {}) else "?", size_name(lines),
+            len(runs[atomic_name])))
+        section_text.append("| case | wall time (ms) | min - max | CPU time (ms) |")
+        section_text.append("| --- | ---: | ---: | ---: |")
+        for what, name, wall in (
+                ("atomic writes on (`F11_atomic`)", atomic_name, median(atomic_name)),
+                ("atomic writes off (`F11`)", f11_name, f11),
+                ("floor (same statements, prepared once, each committed on its own)", floor_name,
+                 floor)):
+            times = runs.get(name)
+            section_text.append("| %s | %s | %s | %s |" % (
+                what, ms(wall),
+                "%.2f - %.2f" % (min(times), max(times)) if times else "-",
+                ms(statistics.median(cpu[name]) if cpu.get(name) else None)))
+        atomic_cpu = statistics.median(cpu[atomic_name])
+        f11_cpu = statistics.median(cpu[f11_name]) if cpu.get(f11_name) else None
+        floor_cpu = statistics.median(cpu[floor_name]) if cpu.get(floor_name) else None
+        section_text.append("\nWith atomic writes on, F11 is one unit with one commit instead of "
+                            "one commit per statement: it takes %s x the wall time of F11 with "
+                            "them off and %s x its floor's, which commits each statement as the "
+                            "system does (CPU time: %s x and %s x).\n" % (
+                                ratio_of(median(atomic_name), f11),
+                                ratio_of(median(atomic_name), floor),
+                                ratio_of(atomic_cpu, f11_cpu), ratio_of(atomic_cpu, floor_cpu)))
+    if not atomic_cases and update:
+        # Not measured now: the part about F11 stays as the file has it.
+        section_text.append(between(previous, "F11 of a", "Throughput:"))
+    if throughput:
+        count = max(len(runs["Throughput/%d" % p]) for p in throughput)
+        section_text.append(
+            "Throughput: worker processes (tests/robustness/stress_worker.cpp) each discharging 50 "
+            "one-unit sub-items through `dischargeAsProposed`, atomic writes on, from one SQLite "
+            "file whose stock covers about half of the demand, with no removals. Wall time from "
+            "starting the processes to the last one ending, process start-up included; median of "
+            "%d runs; the lock wait is the time `transaction()` waited for the writer lock, 95th "
+            "percentile over the attempts that opened a unit (proposals that fell short open "
+            "none).\n" % count)
+        section_text.append("| processes | wall time (ms) | accepted discharges / s | refused | "
+                            "lock wait p95 (ms), median (min - max) of the %d runs |" % count)
+        section_text.append("| ---: | ---: | ---: | ---: | ---: |")
+
+        def wait(value):
+            return "%.0f" % value if value >= 100 else "%.2g" % value
+
+        accepted = {}
+        for processes in throughput:
+            name = "Throughput/%d" % processes
+            values = lambda key: [b[key] for b in repetitions[name] if key in b]
+            waits = values("lock_wait_p95_ms")
+            accepted[processes] = (statistics.median(values("accepted_per_s"))
+                                   if values("accepted_per_s") else None)
+            section_text.append("| %d | %.0f | %s | %s | %s |" % (
+                processes, median(name), ms(accepted[processes], 0),
+                "%.0f%%" % (100 * statistics.median(values("refused_share")))
+                if values("refused_share") else "-",
+                "%s (%s - %s)" % (wait(statistics.median(waits)), wait(min(waits)), wait(max(waits)))
+                if waits else "-"))
+        first, last = throughput[0], throughput[-1]
+        if last != first and accepted[first] and accepted[last]:
+            section_text.append("\nAccepted discharges per second with %d processes: %.2f x those "
+                                "with %d.\n" % (last, accepted[last] / accepted[first], first))
+        else:
+            section_text.append("")
+    elif update:
+        section_text.append(between(previous, "Throughput:"))
+    own_sections[atomic_title] = "\n".join(section_text)
+
+# The cases on PostgreSQL (PG_*, their stock lines negated) beside the same cases on SQLite.
+pg_title = "## PostgreSQL (PgDataObject) beside SQLite and a libpq floor"
+pg_cases = (("Open", ("100",), "Open, 100 inputs"), ("F11", ("100",), "F11, 100 inputs"),
+            ("Report", ("0", "1000"), "Sworn declaration, 1,000 sub-items"))
+pg_lines = sorted({abs(int(n.split("/")[1])) for n in runs if n.startswith("PG_")})
+if pg_lines:
+    previous = existing_section(pg_title)
+    section_text = [pg_title + "\n"]
+    section_text.append(
+        "%s, Release build: medians of %d repetitions, milliseconds. The PostgreSQL floor "
+        "(`PG_*_floor`) sends the same statements, translated for PostgreSQL by the same "
+        "StatementRewriter, prepared once on a plain libpq connection, reading whole results; "
+        "the component goes through PgDataObject on a QPSQL connection. *client CPU* is the CPU "
+        "time of the benchmark process alone (the server's work is not in it), which the load "
+        "disturbs far less than the wall time.\n" % (
+            run_note(), max(len(runs[n]) for n in runs if n.startswith("PG_"))))
+    section_text.append("| operation | stock lines | SQLite | SQLite floor | PostgreSQL | "
+                        "PostgreSQL floor | PG ratio | PG client CPU | PG floor client CPU |")
+    section_text.append("| --- | --- | ---: | ---: | ---: | ---: | ---: | ---: | ---: |")
+    for base, args, what in pg_cases:
+        for lines in pg_lines:
+            suffix = "/".join(args)
+            pg = "PG_%s/%d/%s" % (base, -lines, suffix)
+            pg_floor = "PG_%s_floor/%d/%s" % (base, -lines, suffix)
+            if pg not in runs and pg_floor not in runs:
+                continue
+            kept = find(base, size_name(lines), label("%s/%d/%s" % (base, lines, suffix))[2])
+            sqlite = median("%s/%d/%s" % (base, lines, suffix)) or (kept[3] if kept else None)
+            sqlite_floor = (median("%s_floor/%d/%s" % (base, lines, suffix))
+                            or (kept[5] if kept else None))
+            section_text.append("| %s | %s | %s | %s | %s | %s | %s | %s | %s |" % (
+                what, size_name(lines), ms(sqlite, 1), ms(sqlite_floor, 1), ms(median(pg), 1),
+                ms(median(pg_floor), 1), ratio_of(median(pg), median(pg_floor)),
+                ms(statistics.median(cpu[pg]) if cpu.get(pg) else None, 1),
+                ms(statistics.median(cpu[pg_floor]) if cpu.get(pg_floor) else None, 1)))
+    section_text.append("")
+    # The reading of the figures is written by hand: it stays as the file has it.
+    reading = between(previous, "Reading the figures:")
+    if reading:
+        section_text.append(reading)
+    own_sections[pg_title] = "\n".join(section_text)
+
+# Sections of the file that this script does not write (each issue's own, written by hand)
+# stay as they are, in their order, before the reports' section; the sections above replace
+# theirs in place, or come before the reports' section when the file has none yet.
+generated = ("## Targets", "## Reading the figures", section_title)
 parts = existing.split("\n## ")
 for part in parts[1:]:
     heading = "## " + part.split("\n", 1)[0]
-    if not heading.startswith(generated):
+    if heading in own_sections:
+        out.append("\n" + own_sections.pop(heading).rstrip("\n") + "\n")
+    elif not heading.startswith(generated):
         out.append("\n## " + part.rstrip("\n") + "\n")
+for text in own_sections.values():
+    out.append("\n" + text.rstrip("\n") + "\n")
 if section:
     out.append("\n".join(section))
 
 with open(target, "w") as f:
-    f.write("\n".join(out) + "\n")
+    f.write("\n".join(out).rstrip("\n") + "\n")
 print("\n".join(out))
