@@ -2,6 +2,7 @@
 
 #include "HostText.h"
 
+#include <QDate>
 #include <QJsonObject>
 
 #include <algorithm>
@@ -30,6 +31,27 @@ QString plainNumber(const QVariant& value, int decimals)
     if (decimals < 0 && value.typeId() != QMetaType::Double)
         return QString::number(value.toLongLong());
     return QString::number(value.toDouble(), 'f', std::max(decimals, 0));
+}
+
+bool isFigure(const QVariant& value)
+{
+    return value.metaType() == QMetaType::fromType<TextTable::Figure>();
+}
+
+// A figure's number for CSV and JSON: a dot, no grouping, the shortest exact text.
+QString figureNumber(const QVariant& value)
+{
+    return QString::number(value.value<TextTable::Figure>().value, 'g', 15);
+}
+
+QString isoDate(const QVariant& value)
+{
+    return value.toDate().toString(Qt::ISODate);
+}
+
+bool isDate(const QVariant& value)
+{
+    return value.typeId() == QMetaType::QDate;
 }
 
 QString csvField(const QString& text)
@@ -69,6 +91,10 @@ QString TextTable::textCell(int column, const QVariant& value) const
 {
     if (value.isNull())
         return QString();
+    if (isFigure(value))
+        return value.value<Figure>().text;
+    if (isDate(value))
+        return HostText::date(value.toDate());
     if (!isNumber(value))
         return value.toString();
     const int decimals = m_columns[column].decimals;
@@ -126,8 +152,12 @@ QString TextTable::toCsv() const
         QStringList fields;
         for (int c = 0; c < m_columns.size(); ++c) {
             const QVariant value = c < row.size() ? row[c] : QVariant();
-            if (value.isNull())
+            if (value.isNull() || (isDate(value) && !value.toDate().isValid()))
                 fields << QString();
+            else if (isFigure(value))
+                fields << figureNumber(value);
+            else if (isDate(value))
+                fields << isoDate(value);
             else if (isNumber(value))
                 fields << plainNumber(value, m_columns[c].decimals);
             else
@@ -146,8 +176,12 @@ QJsonArray TextTable::toJson() const
         for (int c = 0; c < m_columns.size(); ++c) {
             const QVariant value = c < row.size() ? row[c] : QVariant();
             QJsonValue json;
-            if (value.isNull())
+            if (value.isNull() || (isDate(value) && !value.toDate().isValid()))
                 json = QJsonValue(QJsonValue::Null);
+            else if (isFigure(value))
+                json = value.value<Figure>().value;
+            else if (isDate(value))
+                json = isoDate(value);
             else if (isNumber(value))
                 json = m_columns[c].decimals < 0 && value.typeId() != QMetaType::Double
                            ? QJsonValue(value.toLongLong())

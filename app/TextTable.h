@@ -10,7 +10,9 @@
 // table for the terminal (a header row, a rule and the rows, each column as wide as its widest
 // cell, the columns marked Right right-aligned, numbers in the user's locale), CSV (comma,
 // quoting where needed, a dot decimal, the columns' keys as header) or JSON (an array of
-// objects keyed by the columns' keys, numbers as numbers).
+// objects keyed by the columns' keys, numbers as numbers). Dates show in the user's locale in
+// the text table and as ISO (yyyy-mm-dd) in CSV and JSON; a null value is an empty cell (null
+// in JSON).
 class TextTable
 {
 public:
@@ -35,13 +37,22 @@ public:
         int decimals = -1;
     };
 
+    // A number together with the text it is shown as in the text table (a figure the
+    // component has already formatted); CSV and JSON carry the number.
+    struct Figure
+    {
+        double value = 0;
+        QString text;
+    };
+
     explicit TextTable(const QList<Column>& columns);
     // Columns of text, keyed by their headings.
     explicit TextTable(const QStringList& headers, const QList<Align>& aligns = {});
 
     // Appends a row of texts (one cell per column).
     void addRow(const QStringList& cells);
-    // Appends a row of values: texts, numbers (written as the column says) or null (empty).
+    // Appends a row of values: texts, numbers (written as the column says), dates, figures
+    // (QVariant::fromValue(Figure{...})) or null (empty).
     void addValues(const QVariantList& values);
     int rowCount() const { return int(m_rows.size()); }
 

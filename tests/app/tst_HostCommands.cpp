@@ -4,6 +4,7 @@
 #include <QJsonDocument>
 #include <QJsonObject>
 #include <QProcess>
+#include <QRegularExpression>
 #include <QSettings>
 #include <QSqlDatabase>
 #include <QSqlQuery>
@@ -44,6 +45,7 @@ private Q_SLOTS:
     void expiringTableAndExitCode();
     void expiringCsvAndJson();
     void expiringHorizonAndReferenceDate();
+    void expiringLineWithoutExpiryDate();
     void expiringPdf();
     void expiringRefusesBadOptions();
 
@@ -825,16 +827,25 @@ void tst_HostCommands::expiringCsvAndJson()
     const Result csv =
         host({QStringLiteral("expiring"), QStringLiteral("--format"), QStringLiteral("csv")});
     QCOMPARE(csv.exitCode, 7);
-    const QStringList rows = csv.out.trimmed().split(u'\n');
+    // The lines, an empty line, then the declarations, as every subcommand writes its tables.
+    const QStringList tables = csv.out.trimmed().split(QStringLiteral("\n\n"));
+    QCOMPARE(tables.size(), 2);
+    const QStringList rows = tables.at(0).split(u'\n');
     QCOMPARE(rows.size(), 5);
-    QCOMPARE(rows.at(0), QStringLiteral("despacho,aduana,oficializacion,vencimiento,dias,insumo,"
-                                        "item,subitem,declarado,descargado,disponible,"
-                                        "cif_unitario,cif_en_riesgo,estado"));
+    QCOMPARE(rows.at(0), QStringLiteral("declaration,customs_office,official_date,expiry_date,"
+                                        "days_left,input,item,sub,declared,discharged,available,"
+                                        "unit_cif,cif_at_risk,status"));
     // Machine numbers and ISO dates whatever the locale.
     QCOMPARE(rows.at(1), QStringLiteral("24001IT04000215K,001 Buenos Aires,2024-02-01,2027-04-28,"
                                         "-12,CUERO-VAC,1,1,80,0,80,18.3,1464,vencida"));
     QCOMPARE(rows.at(2), QStringLiteral("24073IT04000389P,073 Ezeiza,2024-03-12,2027-06-04,25,"
                                         "TELA-ALG,1,1,220,0,220,3.92,862.4,por vencer"));
+    const QStringList declarationRows = tables.at(1).split(u'\n');
+    QCOMPARE(declarationRows.size(), 3);
+    QCOMPARE(declarationRows.at(0),
+             QStringLiteral("declaration,expiry_date,days_left,status,lines,cif_at_risk"));
+    QCOMPARE(declarationRows.at(1),
+             QStringLiteral("24001IT04000215K,2027-04-28,-12,vencida,1,1464"));
 
     // A discharge shows in what is discharged and what is left.
     QCOMPARE(host({QStringLiteral("discharge"), QStringLiteral("--subitem"), QStringLiteral("1")})
@@ -846,29 +857,38 @@ void tst_HostCommands::expiringCsvAndJson()
     QJsonParseError error;
     const QJsonObject root = QJsonDocument::fromJson(json.out.toUtf8(), &error).object();
     QCOMPARE(error.error, QJsonParseError::NoError);
-    QCOMPARE(root.value("fecha").toString(), QStringLiteral("2027-05-10"));
-    QCOMPARE(root.value("horizonte_dias").toInt(), 60);
-    QCOMPARE(root.value("lineas_vencidas").toInt(), 1);
+    QCOMPARE(root.value("as_of").toString(), QStringLiteral("2027-05-10"));
+    QCOMPARE(root.value("horizon_days").toInt(), 60);
+    QCOMPARE(root.value("expired_lines").toInt(), 1);
     // The discharge used up the buttons of 24073IT04000389P: that line is no longer at risk.
-    QCOMPARE(root.value("lineas_por_vencer").toInt(), 2);
-    const QJsonArray lines = root.value("lineas").toArray();
+    QCOMPARE(root.value("due_soon_lines").toInt(), 2);
+    QCOMPARE(root.value("no_expiry_lines").toInt(), 0);
+    const QJsonArray lines = root.value("lines").toArray();
     QCOMPARE(lines.size(), 3);
     for (const QJsonValue& line : lines)
-        QVERIFY(line.toObject().value("insumo").toString() != QStringLiteral("BOTON-12"));
+        QVERIFY(line.toObject().value("input").toString() != QStringLiteral("BOTON-12"));
     const QJsonObject fabric = lines.at(1).toObject();
-    QCOMPARE(fabric.value("insumo").toString(), QStringLiteral("TELA-ALG"));
-    QCOMPARE(fabric.value("dias").toInt(), 25);
+    QCOMPARE(fabric.value("input").toString(), QStringLiteral("TELA-ALG"));
+    QCOMPARE(fabric.value("expiry_date").toString(), QStringLiteral("2027-06-04"));
+    QVERIFY(fabric.value("days_left").isDouble());
+    QCOMPARE(fabric.value("days_left").toInt(), 25);
+    QVERIFY(fabric.value("sub").isDouble());
+    QCOMPARE(fabric.value("sub").toInt(), 1);
     // 120 shirts at 1.6 m2: 192 m2 discharged of 220.
-    QCOMPARE(fabric.value("descargado").toDouble(), 192.0);
-    QCOMPARE(fabric.value("disponible").toDouble(), 28.0);
-    QCOMPARE(fabric.value("cif_en_riesgo").toDouble(), 109.76);
-    QCOMPARE(lines.at(0).toObject().value("dias").toInt(), -12);
-    const QJsonArray declarations = root.value("despachos").toArray();
+    QVERIFY(fabric.value("discharged").isDouble());
+    QCOMPARE(fabric.value("discharged").toDouble(), 192.0);
+    QCOMPARE(fabric.value("available").toDouble(), 28.0);
+    QCOMPARE(fabric.value("unit_cif").toDouble(), 3.92);
+    QCOMPARE(fabric.value("cif_at_risk").toDouble(), 109.76);
+    QCOMPARE(fabric.value("status").toString(), QStringLiteral("por vencer"));
+    QCOMPARE(lines.at(0).toObject().value("days_left").toInt(), -12);
+    const QJsonArray declarations = root.value("declarations").toArray();
     QCOMPARE(declarations.size(), 2);
-    QCOMPARE(declarations.at(0).toObject().value("estado").toString(), QStringLiteral("vencida"));
-    QCOMPARE(root.value("cif_en_riesgo").toDouble(),
-             declarations.at(0).toObject().value("cif_en_riesgo").toDouble() +
-                 declarations.at(1).toObject().value("cif_en_riesgo").toDouble());
+    QCOMPARE(declarations.at(0).toObject().value("status").toString(), QStringLiteral("vencida"));
+    QCOMPARE(declarations.at(1).toObject().value("lines").toInt(), 2);
+    QCOMPARE(root.value("cif_at_risk").toDouble(),
+             declarations.at(0).toObject().value("cif_at_risk").toDouble() +
+                 declarations.at(1).toObject().value("cif_at_risk").toDouble());
 }
 
 void tst_HostCommands::expiringHorizonAndReferenceDate()
@@ -878,14 +898,14 @@ void tst_HostCommands::expiringHorizonAndReferenceDate()
         host({QStringLiteral("expiring"), QStringLiteral("--days"), QStringLiteral("10"),
               QStringLiteral("--format"), QStringLiteral("csv")});
     QCOMPARE(tenDays.exitCode, 7);
-    QCOMPARE(tenDays.out.trimmed().split(u'\n').size(), 2);
+    QCOMPARE(tenDays.out.section(QStringLiteral("\n\n"), 0, 0).split(u'\n').size(), 2);
 
     // Twenty days earlier nothing had expired yet: exit code 0.
     const Result earlier =
         host({QStringLiteral("expiring"), QStringLiteral("--as-of"), QStringLiteral("2027-04-20"),
               QStringLiteral("--format"), QStringLiteral("csv")});
     QCOMPARE(earlier.exitCode, 0);
-    const QStringList rows = earlier.out.trimmed().split(u'\n');
+    const QStringList rows = earlier.out.section(QStringLiteral("\n\n"), 0, 0).split(u'\n');
     QCOMPARE(rows.size(), 5);
     QVERIFY(rows.at(1).endsWith(QStringLiteral(",8,CUERO-VAC,1,1,80,0,80,18.3,1464,por vencer")));
 
@@ -899,8 +919,40 @@ void tst_HostCommands::expiringHorizonAndReferenceDate()
         host({QStringLiteral("expiring"), QStringLiteral("--format"), QStringLiteral("json")});
     QCOMPARE(fromSettings.exitCode, 7);
     const QJsonObject root = QJsonDocument::fromJson(fromSettings.out.toUtf8()).object();
-    QCOMPARE(root.value("horizonte_dias").toInt(), 10);
-    QCOMPARE(root.value("lineas").toArray().size(), 1);
+    QCOMPARE(root.value("horizon_days").toInt(), 10);
+    QCOMPARE(root.value("lines").toArray().size(), 1);
+}
+
+void tst_HostCommands::expiringLineWithoutExpiryDate()
+{
+    execute(QStringLiteral("UPDATE INTINS SET INTVEN = NULL WHERE INTDCL = '24001IT04000215K'"));
+    // Nothing has expired now; the line without expiry date is listed last.
+    const Result csv =
+        host({QStringLiteral("expiring"), QStringLiteral("--format"), QStringLiteral("csv")});
+    QCOMPARE(csv.exitCode, 0);
+    const QStringList rows = csv.out.section(QStringLiteral("\n\n"), 0, 0).split(u'\n');
+    QCOMPARE(rows.size(), 5);
+    // No expiry date and no days left: empty fields.
+    QCOMPARE(rows.at(4), QStringLiteral("24001IT04000215K,001 Buenos Aires,2024-02-01,,,CUERO-VAC,"
+                                        "1,1,80,0,80,18.3,1464,sin vencimiento"));
+
+    const Result json =
+        host({QStringLiteral("expiring"), QStringLiteral("--format"), QStringLiteral("json")});
+    QCOMPARE(json.exitCode, 0);
+    const QJsonObject root = QJsonDocument::fromJson(json.out.toUtf8()).object();
+    QCOMPARE(root.value("no_expiry_lines").toInt(), 1);
+    const QJsonObject leather = root.value("lines").toArray().at(3).toObject();
+    QCOMPARE(leather.value("input").toString(), QStringLiteral("CUERO-VAC"));
+    QVERIFY(leather.value("expiry_date").isNull());
+    QVERIFY(leather.value("days_left").isNull());
+    QCOMPARE(leather.value("official_date").toString(), QStringLiteral("2024-02-01"));
+
+    // The table leaves both cells empty: the date of the official column, then the input.
+    const Result table = host({QStringLiteral("expiring")});
+    QCOMPARE(table.exitCode, 0);
+    QVERIFY2(table.out.contains(QRegularExpression(
+                 QStringLiteral("24001IT04000215K  001 Buenos Aires  01/02/2024 +CUERO-VAC"))),
+             qPrintable(table.out));
 }
 
 void tst_HostCommands::expiringPdf()
