@@ -10,6 +10,7 @@
 #include "DeclarationReport.h"
 #include "DischargeSave.h"
 #include "ModuleState.h"
+#include "PgTestDatabase.h"
 #include "ReportGenerator.h"
 #include "StressDatabase.h"
 #include "modManejoInsumos.h"
@@ -21,6 +22,8 @@
 #include <QCoreApplication>
 #include <QElapsedTimer>
 #include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
 #include <QStringList>
 #include <QTemporaryDir>
 
@@ -399,27 +402,53 @@ void BM_Obtener_Insumos_floor(benchmark::State& state)
     state.counters["rows"] = rows;
 }
 
-// Worker processes discharging at once from one file, atomic writes on (stress_worker): each
-// discharges 50 one-unit sub-items from a stock that covers about half of them. The time is
-// the wall time from starting the processes to the last one ending (process start-up
-// included); the counters are the accepted discharges per second, the share refused and the
-// 95th percentile of the time a unit waited for the writer lock (over the attempts that
-// opened one).
-void BM_Throughput(benchmark::State& state)
+// Worker processes discharging at once from one stock, atomic writes on (stress_worker): each
+// discharges 50 one-unit sub-items from a stock that covers about half of them. The stock is
+// one SQLite file, or (onServer, PG_Throughput) a schema of its own on the PostgreSQL server
+// named by $OQUIVRAN_BENCH_POSTGRESQL, where each unit is a SERIALIZABLE transaction as
+// PgDataObject runs it. The time is the wall time from starting the processes to the last one
+// ending (process start-up included); the counters are the accepted discharges per second,
+// the share refused and the 95th percentile of the time a unit waited to start (SQLite's
+// writer lock; on PostgreSQL the BEGIN), over the attempts that opened one.
+void BM_Throughput(benchmark::State& state, bool onServer)
 {
     const int processes = int(state.range(0));
     const int perProcess = 50;
     int accepted = 0;
     int attempts = 0;
     QList<qint64> waits;
+    const QString settings = qEnvironmentVariable("OQUIVRAN_BENCH_POSTGRESQL");
+    const QString schema = QStringLiteral("throughput_%1").arg(processes);
+    const QString connection = QStringLiteral("throughput");
+    // Schema statements, which the server does not prepare.
+    const auto administer = [](const QSqlDatabase& db, const QString& sql) {
+        QSqlQuery query(db);
+        if (!query.exec(sql))
+            qFatal("%s: %s", qPrintable(sql), qPrintable(query.lastError().text()));
+    };
     for (auto _ : state) {
         QTemporaryDir folder;
-        const QString file = folder.filePath(QStringLiteral("stock.sqlite"));
+        QString location = folder.filePath(QStringLiteral("stock.sqlite"));
         {
-            QSqlDatabase db =
-                QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("throughput"));
-            db.setDatabaseName(file);
-            db.open();
+            QSqlDatabase db;
+            if (onServer) {
+                db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), connection);
+                PgTestDatabase::configure(db, settings.simplified().split(u' '));
+                location = settings.simplified() + u" search_path=" + schema;
+            } else {
+                db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connection);
+                db.setDatabaseName(location);
+            }
+            if (!db.open()) {
+                state.SkipWithError("cannot open the stock");
+                break;
+            }
+            if (onServer) {
+                administer(db, QStringLiteral("set client_min_messages to warning"));
+                administer(db, u"drop schema if exists " + schema + u" cascade");
+                administer(db, u"create schema " + schema);
+                administer(db, u"set search_path to " + schema);
+            }
             // A sub-item needs on average 1 unit of I1, 1 of I2, 2/3 of I3 and 2/3 of I4 (one
             // unit of P1, P2 or P3 at random): the stock holds half of that.
             const double share = processes * perProcess / 4.0;
@@ -429,12 +458,12 @@ void BM_Throughput(benchmark::State& state)
                               {QStringLiteral("I4"), share * 4 / 3}});
             db.close();
         }
-        QSqlDatabase::removeDatabase(QStringLiteral("throughput"));
+        QSqlDatabase::removeDatabase(connection);
         QElapsedTimer timer;
         timer.start();
         QList<QProcess*> running;
         for (int p = 1; p <= processes; ++p)
-            running << stress::startWorker(QStringLiteral(OQUIVRAN_STRESS_WORKER), file,
+            running << stress::startWorker(QStringLiteral(OQUIVRAN_STRESS_WORKER), location,
                                            QStringLiteral("T%1").arg(p), perProcess, p, true, 0);
         for (QProcess* process : running) {
             process->waitForFinished(300000);
@@ -449,6 +478,16 @@ void BM_Throughput(benchmark::State& state)
             delete process;
         }
         state.SetIterationTime(double(timer.nsecsElapsed()) / 1e9);
+        if (onServer) {
+            QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), connection);
+            PgTestDatabase::configure(db, settings.simplified().split(u' '));
+            if (db.open()) {
+                administer(db, QStringLiteral("set client_min_messages to warning"));
+                administer(db, u"drop schema " + schema + u" cascade");
+            }
+            db.close();
+        }
+        QSqlDatabase::removeDatabase(connection);
     }
     std::sort(waits.begin(), waits.end());
     const qint64 p95 = waits.isEmpty() ? 0 : waits.at(qsizetype(waits.size() * 0.95));
@@ -532,12 +571,18 @@ void registerAll()
             }
         }
     }
-    for (const int processes : {1, 2, 4, 8})
-        benchmark::RegisterBenchmark("Throughput", BM_Throughput)
-            ->Arg(processes)
-            ->UseManualTime()
-            ->Iterations(1)
-            ->Unit(benchmark::kMillisecond);
+    // The same operators on SQLite and, when a server is named, on PostgreSQL (PG_Throughput).
+    for (const bool onServer : {false, true}) {
+        if (onServer && qEnvironmentVariableIsEmpty("OQUIVRAN_BENCH_POSTGRESQL"))
+            continue;
+        for (const int processes : {1, 2, 4, 8, 16})
+            benchmark::RegisterBenchmark(onServer ? "PG_Throughput" : "Throughput", BM_Throughput,
+                                         onServer)
+                ->Arg(processes)
+                ->UseManualTime()
+                ->Iterations(1)
+                ->Unit(benchmark::kMillisecond);
+    }
     // The sizes of one case run one after the other, so its growth compares figures taken
     // minutes apart at most.
     for (const auto& group : groups) {

@@ -1,6 +1,7 @@
 #include "BenchSession.h"
 
 #include "ModuleState.h"
+#include "PgTestDatabase.h"
 #include "Schema.h"
 #include "SqliteFunctions.h"
 
@@ -191,19 +192,7 @@ void BenchSession::openOnServer()
     m_hostName = QStringLiteral("bench-pg-host-%1").arg(m_database.lines());
     for (const QString& name : {m_dischargeName, m_hostName}) {
         QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), name);
-        for (const QString& part :
-             withDatabase(settings, database).split(u' ', Qt::SkipEmptyParts)) {
-            const QString key = part.section(u'=', 0, 0);
-            const QString value = part.section(u'=', 1);
-            if (key == u"host")
-                db.setHostName(value);
-            else if (key == u"port")
-                db.setPort(value.toInt());
-            else if (key == u"user")
-                db.setUserName(value);
-            else if (key == u"dbname")
-                db.setDatabaseName(value);
-        }
+        PgTestDatabase::configure(db, withDatabase(settings, database).split(u' '));
         if (!db.open())
             throw std::runtime_error("cannot open the server's database");
     }
