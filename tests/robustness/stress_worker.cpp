@@ -10,6 +10,8 @@
 // separated by commas (default "P1,P2,P3", of catalog "C", one unit each). A database given as
 // "host=... port=... user=... dbname=... [search_path=...]" is a PostgreSQL one. With
 // OQUIVRAN_STRESS_PAUSE_MS set, the worker waits that long after an attempt that was refused.
+#include "PgTestDatabase.h"
+
 #include <oquivran/DataObject.h>
 #include <oquivran/Module.h>
 #include <oquivran/PgDataObject.h>
@@ -54,19 +56,11 @@ public:
 QSqlDatabase serverConnection(const QString& settings)
 {
     QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"));
-    for (const QString& setting : settings.split(u' ', Qt::SkipEmptyParts)) {
-        const QString key = setting.section(u'=', 0, 0);
-        const QString value = setting.section(u'=', 1);
-        if (key == u"host")
-            db.setHostName(value);
-        else if (key == u"port")
-            db.setPort(value.toInt());
-        else if (key == u"user")
-            db.setUserName(value);
-        else if (key == u"dbname")
-            db.setDatabaseName(value);
-        else if (key == u"search_path")
-            db.setConnectOptions(u"options='-c search_path=" + value + u'\'');
+    const QStringList parts = settings.split(u' ', Qt::SkipEmptyParts);
+    PgTestDatabase::configure(db, parts);
+    for (const QString& setting : parts) {
+        if (setting.section(u'=', 0, 0) == u"search_path")
+            db.setConnectOptions(u"options='-c search_path=" + setting.section(u'=', 1) + u'\'');
     }
     return db;
 }
