@@ -7,9 +7,10 @@
 namespace oquivran {
 
 // The default text-mode print service. Each page goes as raw bytes (its text in UTF-8) to the
-// CUPS queue of the given name (the CUPS default destination when the name is empty), one job
-// per page. When the environment variable OQUIVRAN_TEXT_OUTPUT names a file, the page's text
-// followed by a form feed is appended to that file instead and no printer is used.
+// printer queue of the given name (CUPS on Linux, the spooler on Windows; the default queue
+// when the name is empty), one job per page. When the environment variable OQUIVRAN_TEXT_OUTPUT
+// names a file, the page's text followed by a form feed is appended to that file instead and no
+// printer is used.
 class DefaultTextPrintService : public TextPrintService
 {
 public:
@@ -20,7 +21,6 @@ public:
 
 private:
     static bool appendToFile(const QString& fileName, const QByteArray& page);
-    static bool sendToQueue(const QString& printerName, const QByteArray& page);
 };
 
 } // namespace oquivran
