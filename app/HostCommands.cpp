@@ -662,8 +662,7 @@ int HostCommands::print()
     if (m_parser.isSet("forms"))
         m_component->Dir_Formularios(m_parser.value("forms"));
     // A size chosen to fit is this print's alone: the operator's saved size stays.
-    QSettings settings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("oQUIVRAN"),
-                       QStringLiteral("oQUIVRAN"));
+    QSettings settings = oquivran::settingsStore();
     const QString fontSizeKey = QStringLiteral("IMPRESION/IMPTAM");
     const QVariant savedFontSize = settings.value(fontSizeKey);
     const bool fitted =
@@ -716,8 +715,7 @@ int HostCommands::fittingFontSize(const oquivran::PrintRequest& request)
 
     // Up to the operator's saved size (the print options screen's default 10), within the
     // saved left margin; the control listing prints landscape, the others portrait.
-    const QSettings settings(QSettings::NativeFormat, QSettings::UserScope,
-                             QStringLiteral("oQUIVRAN"), QStringLiteral("oQUIVRAN"));
+    const QSettings settings = oquivran::settingsStore();
     bool ok = false;
     int saved = settings.value(QStringLiteral("IMPRESION/IMPTAM")).toString().toInt(&ok);
     if (!ok || saved < minimumFontSize || saved > maximumFontSize)

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QSettings>
 #include <QString>
 
 #include <functional>
@@ -42,6 +43,13 @@ void setMessageHandler(MessageHandler handler);
 void setAtomicWrites(bool on);
 // Whether atomic writes are on.
 bool atomicWrites();
+
+// The component's per-user settings: application "oQUIVRAN", section "CONFIG" (key "opVDE")
+// and section "IMPRESION" (the print options), keys written "SECTION/KEY". On Linux the file
+// $XDG_CONFIG_HOME/oQUIVRAN/oQUIVRAN.conf; on Windows the registry key
+// HKEY_CURRENT_USER\Software\VB and VBA Program Settings\oQUIVRAN, where a host's Visual
+// Basic SaveSetting and GetSetting keep them.
+QSettings settingsStore();
 
 // Returns the shared module state to that of a freshly loaded component: bindings,
 // properties, lists, formats and results.

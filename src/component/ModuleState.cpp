@@ -1,5 +1,7 @@
 #include "ModuleState.h"
 
+#include "Settings.h"
+
 #include <oquivran/Module.h>
 
 namespace oquivran {
@@ -20,6 +22,11 @@ ModuleState& moduleState()
 void resetModuleState()
 {
     moduleState() = ModuleState();
+}
+
+QSettings settingsStore()
+{
+    return Settings::store();
 }
 
 } // namespace oquivran

@@ -4,13 +4,18 @@
 
 namespace oquivran {
 
-namespace {
-QSettings store()
+QSettings Settings::store()
 {
-    return QSettings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("oQUIVRAN"),
+#ifdef Q_OS_WIN
+    // Where Windows hosts keep (application, section, key) settings with the Visual Basic
+    // runtime's SaveSetting: a value a host saved there is the one the component reads.
+    const QString organization = QStringLiteral("VB and VBA Program Settings");
+#else
+    const QString organization = QStringLiteral("oQUIVRAN");
+#endif
+    return QSettings(QSettings::NativeFormat, QSettings::UserScope, organization,
                      QStringLiteral("oQUIVRAN"));
 }
-} // namespace
 
 QString Settings::value(const QString& section, const QString& key, const QString& defaultValue)
 {
