@@ -9,6 +9,8 @@
 
 #include <QFile>
 #include <QFont>
+#include <QFontDatabase>
+#include <QFontInfo>
 #include <QFontMetricsF>
 #include <QImage>
 #include <QImageReader>
@@ -52,14 +54,42 @@ QList<ReportLine> declarationTitles()
         emptyLine()};
 }
 
+// The family the reports print in: "Courier New". Where the system has none and does not put
+// another fixed-pitch family in its place itself (fontconfig does; a bare list of font files,
+// as Qt's offscreen platform on Windows reads, does not), the first fixed-pitch family there
+// is, Liberation Mono before the others for its Courier New metrics, so columns still line up.
+QString reportFamily()
+{
+    static const QString family = [] {
+        const QString courier = QStringLiteral("Courier New");
+        QFont font(courier);
+        font.setStyleHint(QFont::TypeWriter);
+        font.setFixedPitch(true);
+        if (QFontInfo(font).fixedPitch())
+            return courier;
+        const QString liberation = QStringLiteral("Liberation Mono");
+        if (QFontDatabase::hasFamily(liberation))
+            return liberation;
+        const QFontInfo fixed(QFontDatabase::systemFont(QFontDatabase::FixedFont));
+        if (fixed.fixedPitch())
+            return fixed.family();
+        const QStringList families = QFontDatabase::families();
+        for (const QString& candidate : families) {
+            if (QFontDatabase::isFixedPitch(candidate))
+                return candidate;
+        }
+        return courier;
+    }();
+    return family;
+}
+
 } // namespace
 
 QFont PageOutput::printerFont(qint16 size)
 {
     if (size <= 0)
         throw RuntimeError(380, QStringLiteral("Invalid property value"));
-    // A missing "Courier New" falls back to another fixed-pitch family, so columns line up.
-    QFont font(QStringLiteral("Courier New"));
+    QFont font(reportFamily());
     font.setStyleHint(QFont::TypeWriter);
     font.setFixedPitch(true);
     font.setPointSize(size);

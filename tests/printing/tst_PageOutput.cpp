@@ -303,9 +303,7 @@ void tst_PageOutput::missingFormImageIsAnError()
 
 void tst_PageOutput::fixedPitchFont()
 {
-    QFont font(QStringLiteral("Courier New"));
-    font.setStyleHint(QFont::TypeWriter);
-    font.setFixedPitch(true);
+    const QFont font = PageOutput::printerFont(10);
     QVERIFY2(QFontInfo(font).fixedPitch(), qPrintable(QFontInfo(font).family()));
 }
 
