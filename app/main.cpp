@@ -14,6 +14,10 @@ namespace {
 
 bool hasDisplay()
 {
+#ifdef Q_OS_WIN
+    // A Windows session always has its desktop.
+    return true;
+#endif
     return !qEnvironmentVariableIsEmpty("DISPLAY") ||
            !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY") ||
            !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
