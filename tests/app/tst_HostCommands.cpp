@@ -1,3 +1,6 @@
+#include "ExternalTool.h"
+#include "HostProgram.h"
+
 #include <QDir>
 #include <QFile>
 #include <QJsonArray>
@@ -10,6 +13,8 @@
 #include <QSqlQuery>
 #include <QTemporaryDir>
 #include <QtTest>
+
+#include <memory>
 
 // The headless subcommands of oquivran-host, run as a script would run them, on sample
 // databases created fresh in a temporary folder.
@@ -50,16 +55,15 @@ private Q_SLOTS:
     void expiringRefusesBadOptions();
 
 private:
-    struct Result
-    {
-        int exitCode = -1;
-        QString out;
-        QString err;
-    };
+    using Result = HostRun;
     Result host(const QStringList& arguments, bool withDatabases = true,
                 const QProcessEnvironment& extra = {});
     QVariant scalar(const QString& sql, const QString& path = {});
     void execute(const QString& sql, const QString& path = {});
+    // The settings the host's processes of this test read and write: the component's
+    // (application "oQUIVRAN") or the sample host's ("oquivran-host"). On Linux the files of
+    // the test's own XDG_CONFIG_HOME; on Windows the user's registry, emptied by init().
+    std::unique_ptr<QSettings> settingsOf(const QString& application) const;
 
     std::unique_ptr<QTemporaryDir> m_dir;
     QString m_discharge;
@@ -69,29 +73,26 @@ private:
 tst_HostCommands::Result tst_HostCommands::host(const QStringList& arguments, bool withDatabases,
                                                 const QProcessEnvironment& extra)
 {
-    QProcess process;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.remove(QStringLiteral("DISPLAY"));
-    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
-    env.remove(QStringLiteral("QT_QPA_PLATFORM"));
-    env.insert(QStringLiteral("XDG_DATA_HOME"), m_dir->filePath(QStringLiteral("data")));
-    env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir->filePath(QStringLiteral("config")));
-    // The sample's expiries are dated from this day, and the expiry check runs on it.
-    env.insert(QStringLiteral("OQUIVRAN_HOST_TODAY"), QStringLiteral("2027-05-10"));
-    env.insert(extra);
-    process.setProcessEnvironment(env);
     QStringList all = arguments;
     if (withDatabases)
         all << QStringLiteral("--discharge-db") << m_discharge << QStringLiteral("--host-db")
             << m_host;
-    process.start(QStringLiteral(OQUIVRAN_HOST_EXECUTABLE), all);
-    if (!process.waitForFinished(120000)) {
-        process.kill();
-        process.waitForFinished();
-    }
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
+    return runHost(all, QDir(m_dir->path()), extra);
+}
+
+std::unique_ptr<QSettings> tst_HostCommands::settingsOf(const QString& application) const
+{
+#ifdef Q_OS_WIN
+    const QString organization =
+        application == u"oQUIVRAN" ? QStringLiteral("VB and VBA Program Settings") : application;
+    return std::make_unique<QSettings>(
+        QStringLiteral("HKEY_CURRENT_USER\\Software\\%1\\%2").arg(organization, application),
+        QSettings::NativeFormat);
+#else
+    return std::make_unique<QSettings>(
+        m_dir->filePath(QStringLiteral("config/%1/%1.conf").arg(application)),
+        QSettings::IniFormat);
+#endif
 }
 
 QVariant tst_HostCommands::scalar(const QString& sql, const QString& path)
@@ -125,6 +126,8 @@ void tst_HostCommands::execute(const QString& sql, const QString& path)
 void tst_HostCommands::init()
 {
     m_dir = std::make_unique<QTemporaryDir>();
+    settingsOf(QStringLiteral("oQUIVRAN"))->clear();
+    settingsOf(QStringLiteral("oquivran-host"))->clear();
     m_discharge = m_dir->filePath(QStringLiteral("descargas.sqlite"));
     m_host = m_dir->filePath(QStringLiteral("anfitrion.sqlite"));
     const Result created = host({QStringLiteral("init")});
@@ -151,6 +154,9 @@ void tst_HostCommands::helpOfEverySubcommand()
 
 void tst_HostCommands::withoutDisplayOrSubcommand()
 {
+#ifdef Q_OS_WIN
+    QSKIP("A Windows session always has its desktop: without a subcommand the window opens");
+#endif
     const Result window = host({}, true);
     QCOMPARE(window.exitCode, 1);
     QVERIFY(window.err.contains(QStringLiteral("No hay pantalla")));
@@ -535,10 +541,10 @@ void tst_HostCommands::printOptionsCheckedBeforeSaving()
     QCOMPARE(refused.exitCode, 1);
     QVERIFY2(refused.err.contains(range), qPrintable(refused.err));
     QVERIFY(!QFile::exists(pdf));
-    const QString settings = m_dir->filePath(QStringLiteral("config/oQUIVRAN/oQUIVRAN.conf"));
-    QFile file(settings);
-    if (file.open(QIODevice::ReadOnly))
-        QVERIFY2(!file.readAll().contains(value.toUtf8()), qPrintable(settings));
+    const std::unique_ptr<QSettings> settings = settingsOf(QStringLiteral("oQUIVRAN"));
+    const QStringList keys = settings->allKeys();
+    for (const QString& key : keys)
+        QVERIFY2(!settings->value(key).toString().contains(value), qPrintable(key));
     // Nothing was recorded on the operation either.
     QCOMPARE(scalar("select count(*) from DIP where EXTNOF = '25/001/EC01/000123/K'").toInt(), 0);
 }
@@ -590,21 +596,19 @@ void tst_HostCommands::printPdfFitsTheLongestLine()
             QCOMPARE(printed.exitCode, 0);
             QVERIFY2(printed.err.contains(QStringLiteral("Tamaño de fuente ")),
                      qPrintable(printed.err));
-            QProcess pdftotext;
-            pdftotext.start(QStringLiteral("pdftotext"),
-                            {QStringLiteral("-layout"), QStringLiteral("-f"), QStringLiteral("1"),
-                             QStringLiteral("-l"), QStringLiteral("1"), pdf, QStringLiteral("-")});
-            QVERIFY(pdftotext.waitForFinished(60000));
-            QCOMPARE(pdftotext.exitCode(), 0);
-            const QString page = QString::fromUtf8(pdftotext.readAllStandardOutput());
+            const ExternalToolResult pdftotext = runExternalTool(
+                QStringLiteral("pdftotext"),
+                {QStringLiteral("-layout"), QStringLiteral("-f"), QStringLiteral("1"),
+                 QStringLiteral("-l"), QStringLiteral("1"), pdf, QStringLiteral("-")},
+                60000);
+            QCOMPARE(pdftotext.exitCode, 0);
+            const QString page = QString::fromUtf8(pdftotext.output);
             QVERIFY2(page.contains(QString::fromLatin1(lastColumn)),
                      qPrintable(QStringLiteral("%1 %2:\n%3").arg(report, method, page)));
         }
     }
     // The size chosen was this print's: the operator's saved size is not changed.
-    const QSettings saved(m_dir->filePath(QStringLiteral("config/oQUIVRAN/oQUIVRAN.conf")),
-                          QSettings::IniFormat);
-    QVERIFY(!saved.contains(QStringLiteral("IMPRESION/IMPTAM")));
+    QVERIFY(!settingsOf(QStringLiteral("oQUIVRAN"))->contains(QStringLiteral("IMPRESION/IMPTAM")));
     // A size given is used as given.
     const QString pdf = m_dir->filePath(QStringLiteral("given.pdf"));
     const Result given =
@@ -910,11 +914,8 @@ void tst_HostCommands::expiringHorizonAndReferenceDate()
     QVERIFY(rows.at(1).endsWith(QStringLiteral(",8,CUERO-VAC,1,1,80,0,80,18.3,1464,por vencer")));
 
     // The horizon is a setting of the host.
-    QDir().mkpath(m_dir->filePath(QStringLiteral("config/oquivran-host")));
-    QFile settings(m_dir->filePath(QStringLiteral("config/oquivran-host/oquivran-host.conf")));
-    QVERIFY(settings.open(QIODevice::WriteOnly));
-    settings.write("[vencimientos]\nhorizonte=10\n");
-    settings.close();
+    settingsOf(QStringLiteral("oquivran-host"))
+        ->setValue(QStringLiteral("vencimientos/horizonte"), 10);
     const Result fromSettings =
         host({QStringLiteral("expiring"), QStringLiteral("--format"), QStringLiteral("json")});
     QCOMPARE(fromSettings.exitCode, 7);
@@ -962,10 +963,9 @@ void tst_HostCommands::expiringPdf()
     QCOMPARE(printed.exitCode, 7);
     QVERIFY2(printed.err.contains(QStringLiteral("Listado de vencimientos: ")),
              qPrintable(printed.err));
-    QProcess text;
-    text.start(QStringLiteral("pdftotext"), {QStringLiteral("-layout"), pdf, QStringLiteral("-")});
-    QVERIFY(text.waitForFinished(30000));
-    const QString pages = QString::fromUtf8(text.readAllStandardOutput());
+    const ExternalToolResult text = runExternalTool(
+        QStringLiteral("pdftotext"), {QStringLiteral("-layout"), pdf, QStringLiteral("-")});
+    const QString pages = QString::fromUtf8(text.output);
     QVERIFY2(pages.contains(QStringLiteral("VENCIMIENTOS DE IMPORTACION TEMPORAL AL 10/05/2027 - "
                                            "HORIZONTE: 60 DIAS")),
              qPrintable(pages));

@@ -1,3 +1,4 @@
+#include "HostProgram.h"
 #include "PgTestDatabase.h"
 
 #include <QProcess>
@@ -20,12 +21,7 @@ private Q_SLOTS:
     void environmentNamesTheDatabase();
 
 private:
-    struct Result
-    {
-        int exitCode = -1;
-        QString out;
-        QString err;
-    };
+    using Result = HostRun;
     Result host(QStringList arguments, const QProcessEnvironment& extra = {});
 
     QTemporaryDir m_dir;
@@ -36,24 +32,7 @@ private:
 tst_HostDatabases::Result tst_HostDatabases::host(QStringList arguments,
                                                   const QProcessEnvironment& extra)
 {
-    QProcess process;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.remove(QStringLiteral("DISPLAY"));
-    env.remove(QStringLiteral("WAYLAND_DISPLAY"));
-    env.remove(QStringLiteral("QT_QPA_PLATFORM"));
-    env.insert(QStringLiteral("XDG_DATA_HOME"), m_dir.filePath(QStringLiteral("data")));
-    env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir.filePath(QStringLiteral("config")));
-    env.insert(QStringLiteral("OQUIVRAN_HOST_TODAY"), QStringLiteral("2027-05-10"));
-    env.insert(extra);
-    process.setProcessEnvironment(env);
-    process.start(QStringLiteral(OQUIVRAN_HOST_EXECUTABLE), arguments);
-    if (!process.waitForFinished(120000)) {
-        process.kill();
-        process.waitForFinished();
-    }
-    return {process.exitStatus() == QProcess::NormalExit ? process.exitCode() : -1,
-            QString::fromUtf8(process.readAllStandardOutput()),
-            QString::fromUtf8(process.readAllStandardError())};
+    return runHost(arguments, QDir(m_dir.path()), extra);
 }
 
 void tst_HostDatabases::initTestCase()

@@ -1,5 +1,6 @@
 #include "MessageRecorder.h"
 #include "ModuleState.h"
+#include "Settings.h"
 
 #include <oquivran/oquivran.h>
 
@@ -20,7 +21,7 @@ public:
 
 void setMode(const QString& opVDE)
 {
-    QSettings settings(QSettings::NativeFormat, QSettings::UserScope, "oQUIVRAN", "oQUIVRAN");
+    QSettings settings = Settings::store();
     if (opVDE.isNull())
         settings.remove("CONFIG/opVDE");
     else

@@ -1,6 +1,7 @@
 #include "DischargeFixture.h"
 #include "MessageRecorder.h"
 #include "RecordingDataObject.h"
+#include "Settings.h"
 
 #include <oquivran/oquivran.h>
 
@@ -62,7 +63,7 @@ private Q_SLOTS:
 
 void tst_dischargeAsProposed::init()
 {
-    QSettings(QSettings::NativeFormat, QSettings::UserScope, "oQUIVRAN", "oQUIVRAN").clear();
+    Settings::store().clear();
 }
 
 void tst_dischargeAsProposed::completeDischarge()

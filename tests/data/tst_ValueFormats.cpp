@@ -1,6 +1,7 @@
 #include "Settings.h"
 #include "ValueFormats.h"
 
+#include <QProcess>
 #include <QtTest>
 
 using namespace oquivran;
@@ -16,13 +17,15 @@ private Q_SLOTS:
     void absentSettingIsNormal();
     void settingSelectsMode_data();
     void settingSelectsMode();
-    void settingsFileLocation();
+    void settingsLocation();
+    void settingSavedByTheHost_data();
+    void settingSavedByTheHost();
 };
 
 namespace {
 void clearSettings()
 {
-    QSettings(QSettings::NativeFormat, QSettings::UserScope, "oQUIVRAN", "oQUIVRAN").clear();
+    Settings::store().clear();
 }
 } // namespace
 
@@ -99,16 +102,85 @@ void tst_ValueFormats::settingSelectsMode()
     QCOMPARE(ValueFormats::current(FormatMoment::Discharge).extendedDecimals, extended);
 }
 
-void tst_ValueFormats::settingsFileLocation()
+namespace {
+
+#ifdef Q_OS_WIN
+// The key under which the Visual Basic runtime's SaveSetting keeps application "oQUIVRAN".
+const QString registryKey = QStringLiteral("HKCU\\Software\\VB and VBA Program Settings\\oQUIVRAN");
+
+// Runs Windows' reg.exe; its standard output, or a null text when it failed.
+QString reg(const QStringList& arguments)
+{
+    QProcess process;
+    process.start(QStringLiteral("reg.exe"), arguments);
+    if (!process.waitForFinished(30000) || process.exitCode() != 0)
+        return QString();
+    return QString::fromLocal8Bit(process.readAllStandardOutput());
+}
+#else
+QString settingsFile()
+{
+    return qEnvironmentVariable("XDG_CONFIG_HOME") + "/oQUIVRAN/oQUIVRAN.conf";
+}
+#endif
+
+// Saves a setting the way a host of the platform saves it, without the component.
+bool saveAsHost(const QString& section, const QString& key, const QString& value)
+{
+#ifdef Q_OS_WIN
+    return !reg({QStringLiteral("add"), registryKey + u'\\' + section, QStringLiteral("/v"), key,
+                 QStringLiteral("/d"), value, QStringLiteral("/f")})
+                .isNull();
+#else
+    QSettings raw(settingsFile(), QSettings::IniFormat);
+    raw.setValue(section + u'/' + key, value);
+    raw.sync();
+    return raw.status() == QSettings::NoError;
+#endif
+}
+
+} // namespace
+
+void tst_ValueFormats::settingsLocation()
 {
     Settings::setValue(QStringLiteral("IMPRESION"), QStringLiteral("IMPTAM"), QStringLiteral("12"));
-    const QString file = qEnvironmentVariable("XDG_CONFIG_HOME") + "/oQUIVRAN/oQUIVRAN.conf";
+#ifdef Q_OS_WIN
+    const QString query = reg({QStringLiteral("query"), registryKey + QStringLiteral("\\IMPRESION"),
+                               QStringLiteral("/v"), QStringLiteral("IMPTAM")});
+    QVERIFY2(query.contains(QRegularExpression(QStringLiteral("IMPTAM\\s+REG_SZ\\s+12"))),
+             qPrintable(query));
+#else
+    const QString file = settingsFile();
     QVERIFY2(QFile::exists(file), qPrintable(file));
     QSettings raw(file, QSettings::IniFormat);
     QCOMPARE(raw.value("IMPRESION/IMPTAM").toString(), QStringLiteral("12"));
+#endif
     QCOMPARE(Settings::value(QStringLiteral("IMPRESION"), QStringLiteral("PAGLIN"),
                              QStringLiteral("75")),
              QStringLiteral("75"));
+}
+
+void tst_ValueFormats::settingSavedByTheHost_data()
+{
+    QTest::addColumn<QString>("opVDE");
+    QTest::addColumn<bool>("extended");
+    QTest::addColumn<QString>("valueFormat");
+    QTest::newRow("N") << "N" << false << "00.0000";
+    QTest::newRow("S") << "S" << true << "00.00000000";
+}
+
+// A host saves "opVDE" with its platform's own means (on Windows, reg add where SaveSetting
+// writes); the component reads it and chooses its formats by it.
+void tst_ValueFormats::settingSavedByTheHost()
+{
+    QFETCH(QString, opVDE);
+    QFETCH(bool, extended);
+    QFETCH(QString, valueFormat);
+    QVERIFY(saveAsHost(QStringLiteral("CONFIG"), QStringLiteral("opVDE"), opVDE));
+    QCOMPARE(ValueFormats::readMode(), opVDE);
+    const ValueFormatSet formats = ValueFormats::current(FormatMoment::Discharge);
+    QCOMPARE(formats.extendedDecimals, extended);
+    QCOMPARE(formats.valueFormat, valueFormat);
 }
 
 QTEST_GUILESS_MAIN(tst_ValueFormats)

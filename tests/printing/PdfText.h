@@ -1,19 +1,17 @@
 #pragma once
 
+#include "ExternalTool.h"
+
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QString>
 #include <QStringList>
 
 // Runs a poppler tool on a PDF and returns its standard output; empty when it failed.
 inline QString popplerOutput(const QString& tool, const QStringList& arguments)
 {
-    QProcess process;
-    process.start(tool, arguments);
-    if (!process.waitForFinished(30000) || process.exitCode() != 0)
-        return QString();
-    return QString::fromUtf8(process.readAllStandardOutput());
+    const ExternalToolResult result = runExternalTool(tool, arguments);
+    return result.exitCode == 0 ? QString::fromUtf8(result.output) : QString();
 }
 
 // The text of a PDF laid out in columns (pdftotext -layout).

@@ -2,10 +2,13 @@
 # Prints two pages through the default text-mode print service on a raw CUPS queue of a cupsd
 # of this test's own (own folders, own port on 127.0.0.1), whose device is a socket on which a
 # local listener takes the bytes; checks that the listener received exactly the page texts.
+#   cups_raw_queue.sh CLIENT [ARGUMENT...]   the client command, to which the queue's name is
+#                                            added (a Windows client runs under Wine, whose
+#                                            spooler hands its jobs to the same cupsd)
 # Installs cups when missing (as root or with sudo). Exits 77 (skipped) only when cupsd cannot
 # be installed or started.
 set -u
-client=$1
+client=("$@")
 skip() { echo "SKIP: $*"; exit 77; }
 fail() { echo "FAIL: $*"; [ -f "$work/error_log" ] && tail -20 "$work/error_log"; exit 1; }
 work=
@@ -115,7 +118,7 @@ lpstat -r 2>/dev/null | grep -q "is running" || skip "cupsd could not be started
 
 lpadmin -p OQUIVRAN_RAW -E -v "socket://127.0.0.1:$device_port" 2>"$work/lpadmin.err" ||
     fail "lpadmin: $(cat "$work/lpadmin.err")"
-timeout 60 "$client" OQUIVRAN_RAW || fail "the print service refused a page"
+timeout 120 "${client[@]}" OQUIVRAN_RAW || fail "the print service refused a page"
 
 # Both jobs reach the device, one after the other.
 wait "$listener"

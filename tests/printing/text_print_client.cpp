@@ -1,5 +1,6 @@
-// Sends two pages through the default text-mode print service to the CUPS queue named by the
-// first argument (the server comes from CUPS_SERVER); exits 0 when both were accepted.
+// Sends two pages through the default text-mode print service to the printer queue named by the
+// first argument (the CUPS server comes from CUPS_SERVER; on Windows the queue is the spooler's
+// printer of that name); exits 0 when both were accepted.
 #include "DefaultTextPrintService.h"
 
 #include <cstdio>

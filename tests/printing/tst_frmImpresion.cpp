@@ -5,6 +5,7 @@
 #include "RecordingDataObject.h"
 #include "RecordingTextService.h"
 #include "ScreenScript.h"
+#include "Settings.h"
 
 #include "ModuleState.h"
 
@@ -31,8 +32,7 @@ const QString outputLabel = QStringLiteral(" - Sección [oQUIVRAN.frmImpresion.l
 
 QSettings settings()
 {
-    return QSettings(QSettings::NativeFormat, QSettings::UserScope, QStringLiteral("oQUIVRAN"),
-                     QStringLiteral("oQUIVRAN"));
+    return Settings::store();
 }
 
 void setSetting(const QString& key, const QString& value)

@@ -4,6 +4,7 @@
 // OQUIVRAN_TEST_DATABASE=postgresql the stock is on the throwaway server instead, and the server
 // is also restarted in the middle of a run.
 #include "DischargeSave.h"
+#include "ExternalTool.h"
 #include "FixtureDatabase.h"
 #include "MessageRecorder.h"
 #include "ModuleState.h"
@@ -285,11 +286,9 @@ private Q_SLOTS:
                 break;
         }
         const QString state = QFileInfo(qEnvironmentVariable("OQUIVRAN_TEST_POSTGRESQL")).path();
-        QProcess restart;
-        restart.start(QStringLiteral(OQUIVRAN_POSTGRESQL_SERVER),
-                      {QStringLiteral("restart"), state});
-        QVERIFY(restart.waitForFinished(120000));
-        QCOMPARE(restart.exitCode(), 0);
+        const ExternalToolResult restart = runExternalTool(
+            QStringLiteral(OQUIVRAN_POSTGRESQL_SERVER), {QStringLiteral("restart"), state}, 120000);
+        QCOMPARE(restart.exitCode, 0);
 
         QList<stress::Attempt> all;
         int resumed = 0;

@@ -5,6 +5,7 @@
 #include "DischargeFixture.h"
 #include "FaultyDataObject.h"
 #include "MessageRecorder.h"
+#include "Settings.h"
 
 #include "ModuleState.h"
 
@@ -127,10 +128,7 @@ class tst_DatabaseFaults : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    void init()
-    {
-        QSettings(QSettings::NativeFormat, QSettings::UserScope, "oQUIVRAN", "oQUIVRAN").clear();
-    }
+    void init() { Settings::store().clear(); }
     void embeddedDefaultIsWal();
     void twoOperatorsShareTheFile();
     void waitsForAnotherOperatorsWrite();

@@ -2,6 +2,7 @@
 #include "MessageRecorder.h"
 #include "Scenario.h"
 #include "ScreenScript.h"
+#include "Settings.h"
 
 #include "ModuleState.h"
 #include "NumberFormat.h"
@@ -30,7 +31,7 @@ private Q_SLOTS:
 
 void tst_DischargeFlow::init()
 {
-    QSettings settings(QSettings::NativeFormat, QSettings::UserScope, "oQUIVRAN", "oQUIVRAN");
+    QSettings settings = Settings::store();
     settings.remove("CONFIG/opVDE");
 }
 

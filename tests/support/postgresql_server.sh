@@ -1,7 +1,9 @@
 #!/usr/bin/env bash
 # A throwaway PostgreSQL server for the tests:
-#   postgresql_server.sh start STATE   initdb into a new folder under /tmp, start the server on a
-#                                      Unix socket there (no TCP), create the database
+#   postgresql_server.sh start STATE [tcp]
+#                                      initdb into a new folder under /tmp, start the server on a
+#                                      Unix socket there (with tcp, on 127.0.0.1 instead, for
+#                                      Windows programs under Wine), create the database
 #                                      oquivran_test and write its connection to STATE/connection
 #   postgresql_server.sh restart STATE restart that server (pg_ctl restart -m fast): open
 #                                      connections are ended, new ones work once it is back
@@ -12,8 +14,9 @@ set -euo pipefail
 
 action=${1:-}
 state=${2:-}
+listen=${3:-socket}
 if [[ -z "$action" || -z "$state" ]]; then
-    echo "usage: $0 start|restart|stop STATE_FOLDER" >&2
+    echo "usage: $0 start|restart|stop STATE_FOLDER [socket|tcp]" >&2
     exit 1
 fi
 
@@ -68,25 +71,43 @@ start)
         chown postgres: "$folder"
     fi
     echo "$folder" >"$state/folder"
-    # With no TCP listener the port only names the socket file; any number not taken in the
-    # folder will do.
-    port=$((50000 + RANDOM % 10000))
     as_server "$bindir/initdb" -D "$folder/data" -A trust -U oq -E UTF8 --locale=C --no-sync \
         >"$folder/initdb.log" 2>&1 || { cat "$folder/initdb.log" >&2; exit 1; }
-    if ! as_server "$bindir/pg_ctl" -D "$folder/data" -l "$folder/server.log" -w -t 60 \
-        -o "-k $folder -p $port -c listen_addresses='' -c fsync=off -c synchronous_commit=off -c full_page_writes=off -c max_connections=150" \
-        start >/dev/null; then
+    options="-k $folder -c fsync=off -c synchronous_commit=off -c full_page_writes=off -c max_connections=150"
+    for attempt in 1 2 3 4 5; do
+        port=$((50000 + RANDOM % 10000))
+        if [[ "$listen" == tcp ]]; then
+            # A port another program listens on is passed over.
+            (exec 3<>"/dev/tcp/127.0.0.1/$port") 2>/dev/null && continue
+            host=127.0.0.1
+            # Wine keeps the connection of a Windows process that was killed open, as if idle
+            # in a transaction, where Windows would close it at once: the server ends such a
+            # session after two seconds, so its locks do not outlive the process for long.
+            addresses="-c listen_addresses=127.0.0.1 -c idle_in_transaction_session_timeout=2000"
+        else
+            # With no TCP listener the port only names the socket file; any number not taken
+            # in the folder will do.
+            host=$folder
+            addresses="-c listen_addresses=''"
+        fi
+        if as_server "$bindir/pg_ctl" -D "$folder/data" -l "$folder/server.log" -w -t 60 \
+            -o "$options -p $port $addresses" start >/dev/null; then
+            started=1
+            break
+        fi
+    done
+    if [[ -z "${started:-}" ]]; then
         cat "$folder/server.log" >&2
         exit 1
     fi
-    "$bindir/psql" -X -q -h "$folder" -p "$port" -U oq -d postgres \
+    "$bindir/psql" -X -q -h "$host" -p "$port" -U oq -d postgres \
         -c "create database oquivran_test" >/dev/null
-    echo "host=$folder port=$port user=oq dbname=oquivran_test" >"$state/connection.new"
+    echo "host=$host port=$port user=oq dbname=oquivran_test" >"$state/connection.new"
     mv "$state/connection.new" "$state/connection"
-    echo "postgresql_server: started in $folder (socket port $port)"
+    echo "postgresql_server: started in $folder (${listen} port $port)"
     ;;
 *)
-    echo "usage: $0 start|restart|stop STATE_FOLDER" >&2
+    echo "usage: $0 start|restart|stop STATE_FOLDER [socket|tcp]" >&2
     exit 1
     ;;
 esac
