@@ -24,17 +24,30 @@ server_port=$(setting port)
 server_user=$(setting user)
 server_database=$(setting dbname)
 
-# Runs one side's host with its own data and settings folders; standard output as text.
+# Runs one side's host with its own data and settings folders: its standard output as text,
+# then its exit code on a line of its own, so that a refusal is compared too.
 run() {
     local side=$1
     shift
     local host=("$linux_host")
     [[ "$side" == windows ]] && host=("${windows_host[@]}")
+    local status=0
     XDG_DATA_HOME="$work/$side/data" XDG_CONFIG_HOME="$work/$side/config" \
-        "${host[@]}" "$@" 2>>"$work/$side/stderr.txt" | tr -d '\r'
+        "${host[@]}" "$@" 2>>"$work/$side/stderr.txt" >"$work/$side/output" || status=$?
+    tr -d '\r' <"$work/$side/output"
+    echo "(exit $status)"
 }
 
 failures=0
+# A step whose output is not compared must succeed.
+succeeds() {
+    local side=$1 output
+    output=$(run "$@")
+    if [[ "$output" != *"(exit 0)" ]]; then
+        echo "FAIL: the $side host's ${2} failed: ${output##*$'\n'}"
+        failures=$((failures + 1))
+    fi
+}
 compare() {
     local what=$1
     if diff -u "$work/linux/$what" "$work/windows/$what" >"$work/$what.diff"; then
@@ -50,20 +63,20 @@ for side in linux windows; do
     mkdir -p "$work/$side"
     # On the SQLite files of the embedded default.
     databases=(--discharge-db "$work/$side/descargas.sqlite" --host-db "$work/$side/anfitrion.sqlite")
-    run "$side" init "${databases[@]}" >/dev/null
+    succeeds "$side" init "${databases[@]}"
     run "$side" discharge --all "${databases[@]}" >"$work/$side/discharge-sqlite.txt"
-    run "$side" print --report declaracion --method pdf --out "$work/$side/declaracion.pdf" \
-        --aat 25/001/EC01/000123/K --date 2025-03-05 "${databases[@]}" >/dev/null
-    pdftotext -layout "$work/$side/declaracion.pdf" "$work/$side/declaracion-sqlite.txt"
+    succeeds "$side" print --report declaracion --method pdf --out "$work/$side/declaracion.pdf" \
+        --aat 25/001/EC01/000123/K --date 2025-03-05 "${databases[@]}"
+    [[ -f "$work/$side/declaracion.pdf" ]] && pdftotext -layout "$work/$side/declaracion.pdf" "$work/$side/declaracion-sqlite.txt"
     # On a database of its own on the server, over TCP.
     psql -X -q -h "$server_host" -p "$server_port" -U "$server_user" -d "$server_database" \
         -c "drop database if exists same_$side" -c "create database same_$side" >/dev/null
     uri="postgresql://$server_user@$server_host:$server_port/same_$side"
-    run "$side" init --database "$uri" >/dev/null
+    succeeds "$side" init --database "$uri"
     run "$side" discharge --all --database "$uri" >"$work/$side/discharge-postgresql.txt"
-    run "$side" print --report declaracion --method pdf --out "$work/$side/declaracion-pg.pdf" \
-        --aat 25/001/EC01/000123/K --date 2025-03-05 --database "$uri" >/dev/null
-    pdftotext -layout "$work/$side/declaracion-pg.pdf" "$work/$side/declaracion-postgresql.txt"
+    succeeds "$side" print --report declaracion --method pdf --out "$work/$side/declaracion-pg.pdf" \
+        --aat 25/001/EC01/000123/K --date 2025-03-05 --database "$uri"
+    [[ -f "$work/$side/declaracion-pg.pdf" ]] && pdftotext -layout "$work/$side/declaracion-pg.pdf" "$work/$side/declaracion-postgresql.txt"
     psql -X -q -h "$server_host" -p "$server_port" -U "$server_user" -d "$server_database" \
         -c "drop database same_$side" >/dev/null
 done
