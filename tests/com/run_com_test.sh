@@ -1,0 +1,165 @@
+#!/usr/bin/env bash
+# One test of the COM server under Wine, in a Wine prefix of its own made anew: registers the
+# server of a folder as Windows hosts find it installed (regsvr32), runs VBScript hosts with
+# cscript and Windows test programs, and checks the registry afterwards.
+#   run_com_test.sh --wine-run PROGRAM --state DIR --name NAME --server DLL [options]
+#     --register machine|user      regsvr32 DLL, or regsvr32 /n /i:user DLL
+#     --unregister machine|user    then regsvr32 /u (with /n /i:user for user)
+#     --host SCRIPT                a VBScript host, after common.vbs beside this file; it must
+#                                  print "N passed, 0 failed" and exit 0 (repeatable)
+#     --program EXE                a Windows test program; exit 0 (repeatable)
+#     --path DIRS                  where the programs find their DLLs
+#     --registered machine|user|none  where the server's class must be registered at the end
+#     --installer EXE              install with the installer, silently (/S), into
+#                                  C:\oQUIVRAN before the hosts, and uninstall it silently after
+#     --hosts-need-merged-classes  with --register user: when this Wine does not show
+#                                  HKEY_CURRENT_USER\Software\Classes through
+#                                  HKEY_CLASSES_ROOT as Windows does, the hosts are not run and
+#                                  the test prints SKIP with the reason
+# A VBScript host gets the test's work folder (a Windows path) as its first argument.
+set -euo pipefail
+here=$(cd "$(dirname "$0")" && pwd)
+
+wine_run="" state="" name="" server="" register="" unregister="" path="" registered=""
+need_merged="" installer=""
+steps=()
+while [[ $# -gt 0 ]]; do
+    case "$1" in
+    --wine-run) wine_run=$2 ;;
+    --state) state=$2 ;;
+    --name) name=$2 ;;
+    --server) server=$2 ;;
+    --register) register=$2 ;;
+    --unregister) unregister=$2 ;;
+    --host) steps+=("host:$2") ;;
+    --program) steps+=("program:$2") ;;
+    --path) path=$2 ;;
+    --registered) registered=$2 ;;
+    --hosts-need-merged-classes) need_merged=yes; shift; continue ;;
+    --installer) installer=$2 ;;
+    *) echo "run_com_test: unknown option $1" >&2; exit 2 ;;
+    esac
+    shift 2
+done
+[[ -n "$wine_run" && -n "$state" && -n "$name" && (-f "$server" || -f "$installer") ]] || {
+    echo "run_com_test: needs --wine-run, --state, --name and an existing --server or --installer" >&2
+    exit 2
+}
+
+work="$state/work-$name"
+rm -rf "$state/prefix-$name" "$work"
+mkdir -p "$work"
+windows_path() { printf 'Z:%s' "${1//\//\\}"; }
+dll=$(windows_path "$server")
+wine() { "$wine_run" --state "$state" --prefix "$name" ${path:+--path "$path"} "$@"; }
+# cscript writes in the console's code page.
+from_console() { iconv -f CP437 -t UTF-8; }
+status=0
+
+regsvr32_flags() {
+    case "$1" in
+    machine) echo "/s" ;;
+    user) echo "/s /n /i:user" ;;
+    *) echo "run_com_test: registration is machine or user, not $1" >&2; exit 2 ;;
+    esac
+}
+
+if [[ -n "$register" ]]; then
+    # shellcheck disable=SC2046
+    if ! wine regsvr32 $(regsvr32_flags "$register") "$dll"; then
+        echo "FAIL: regsvr32 $(regsvr32_flags "$register") $dll"
+        exit 1
+    fi
+    echo "registered ($register): $dll"
+fi
+if [[ -n "$unregister" ]]; then
+    # shellcheck disable=SC2046
+    if ! wine regsvr32 /u $(regsvr32_flags "$unregister") "$dll"; then
+        echo "FAIL: regsvr32 /u $(regsvr32_flags "$unregister") $dll"
+        status=1
+    fi
+    echo "unregistered ($unregister)"
+fi
+
+installed='C:\oQUIVRAN'
+if [[ -n "$installer" ]]; then
+    # /D must come last, unquoted.
+    if ! wine "$installer" /S "/D=$installed"; then
+        echo "FAIL: $(basename "$installer") /S"
+        exit 1
+    fi
+    echo "installed: $(basename "$installer") into $installed"
+    wine cmd /c dir /b "$installed" | tr -d '\r' | sed 's/^/    /'
+    value=$(wine reg query 'HKLM\Software\Classes\CLSID\{f0102aea-7ef0-4ea3-aa4b-bc24dacb041d}\InprocServer32' /ve | tr -d '\r' | grep REG_SZ || true)
+    echo "InprocServer32: ${value##*REG_SZ}"
+    if [[ "$value" != *"$installed\oQUIVRAN.dll"* ]]; then
+        echo "FAIL: the installer did not register $installed\oQUIVRAN.dll"
+        status=1
+    fi
+fi
+if [[ -n "$need_merged" ]] && ! wine reg query 'HKCR\oQUIVRAN.clQUIVRAN' >/dev/null 2>&1; then
+    echo "SKIP: this Wine does not show HKEY_CURRENT_USER\Software\Classes through HKEY_CLASSES_ROOT, so COM cannot find a class registered for the user alone; Windows does"
+    steps=()
+fi
+for step in "${steps[@]}"; do
+    kind=${step%%:*}
+    file=${step#*:}
+    case "$kind" in
+    host)
+        # Scripts are read as ANSI: the common part and the host in one file, in cp1252.
+        script="$work/$(basename "$file")"
+        cat "$here/common.vbs" "$file" | iconv -f UTF-8 -t CP1252 >"$script"
+        echo "== cscript $(basename "$file")"
+        set +e
+        output=$(wine cscript //nologo "$(windows_path "$script")" "$(windows_path "$work")" | from_console)
+        code=$?
+        set -e
+        printf '%s\n' "$output"
+        summary=$(printf '%s\n' "$output" | tr -d '\r' | grep -E '^[0-9]+ passed, [0-9]+ failed$' | tail -1 || true)
+        if [[ -z "$summary" ]]; then
+            echo "FAIL: $(basename "$file") printed no summary line (exit $code)"
+            status=1
+        elif [[ "$code" -ne 0 || "$summary" != *" 0 failed" ]]; then
+            echo "FAIL: $(basename "$file"): $summary, exit $code"
+            status=1
+        fi
+        ;;
+    program)
+        echo "== $(basename "$file")"
+        # shellcheck disable=SC2086
+        if ! wine $file; then
+            echo "FAIL: $(basename "$file")"
+            status=1
+        fi
+        ;;
+    esac
+done
+
+if [[ -n "$installer" ]]; then
+    # _?= runs the uninstaller in place, so that it is done when it returns.
+    if ! wine "$installed\Uninstall.exe" /S "_?=$installed"; then
+        echo "FAIL: Uninstall.exe /S"
+        status=1
+    fi
+    echo "uninstalled"
+    if wine cmd /c if exist "$installed\\oQUIVRAN.dll" exit 1; then :; else
+        echo "FAIL: $installed\oQUIVRAN.dll is still there"
+        status=1
+    fi
+fi
+if [[ -n "$registered" ]]; then
+    clsid='{f0102aea-7ef0-4ea3-aa4b-bc24dacb041d}'
+    for scope in machine user; do
+        key='HKLM\Software\Classes\CLSID\'$clsid
+        [[ "$scope" == user ]] && key='HKCU\Software\Classes\CLSID\'$clsid
+        if wine reg query "$key" >/dev/null 2>&1; then found=yes; else found=no; fi
+        expected=no
+        [[ "$registered" == "$scope" ]] && expected=yes
+        echo "registered under $scope: $found"
+        if [[ "$found" != "$expected" ]]; then
+            echo "FAIL: registered under $scope: $found, expected $expected"
+            status=1
+        fi
+    done
+fi
+exit "$status"
