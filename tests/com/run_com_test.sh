@@ -12,6 +12,10 @@
 #     --registered machine|user|none  where the server's class must be registered at the end
 #     --installer EXE              install with the installer, silently (/S), into
 #                                  C:\oQUIVRAN before the hosts, and uninstall it silently after
+#     --operator TITLE KEY         the hosts run on a display of their own (Xvfb) with Qt's
+#                                  windows platform; when a window titled TITLE shows, the
+#                                  operator takes a picture of the display (screen.png in the
+#                                  work folder) and presses KEY on it
 #     --hosts-need-merged-classes  with --register user: when this Wine does not show
 #                                  HKEY_CURRENT_USER\Software\Classes through
 #                                  HKEY_CLASSES_ROOT as Windows does, the hosts are not run and
@@ -21,7 +25,7 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
 wine_run="" state="" name="" server="" register="" unregister="" path="" registered=""
-need_merged="" installer=""
+need_merged="" installer="" operator_title="" operator_key=""
 steps=()
 while [[ $# -gt 0 ]]; do
     case "$1" in
@@ -37,6 +41,7 @@ while [[ $# -gt 0 ]]; do
     --registered) registered=$2 ;;
     --hosts-need-merged-classes) need_merged=yes; shift; continue ;;
     --installer) installer=$2 ;;
+    --operator) operator_title=$2; operator_key=$3; shift 3; continue ;;
     *) echo "run_com_test: unknown option $1" >&2; exit 2 ;;
     esac
     shift 2
@@ -55,6 +60,28 @@ wine() { "$wine_run" --state "$state" --prefix "$name" ${path:+--path "$path"} "
 # cscript writes in the console's code page.
 from_console() { iconv -f CP437 -t UTF-8; }
 status=0
+
+wine_server() { WINEPREFIX="$state/prefix-$name" /usr/lib/wine/wineserver "$@"; }
+if [[ -n "$operator_title" ]]; then
+    missing=()
+    for tool in Xvfb xdotool xwd xwdtopnm pnmtopng; do
+        command -v "$tool" >/dev/null 2>&1 || missing+=("$tool")
+    done
+    if ((${#missing[@]})); then
+        echo "FAIL: missing ${missing[*]}; scripts/setup installs them"
+        exit 1
+    fi
+    # A display of our own: Xvfb picks a free number and writes it to the file.
+    Xvfb -displayfd 5 -screen 0 1366x768x24 -nolisten tcp 5>"$work/display" 2>"$work/xvfb.log" &
+    xvfb=$!
+    trap 'wine_server -k 2>/dev/null || true; kill "$xvfb" 2>/dev/null || true' EXIT
+    for ((i = 0; i < 100; i++)); do
+        [[ -s "$work/display" ]] && break
+        sleep 0.1
+    done
+    export DISPLAY=":$(head -1 "$work/display")"
+    echo "display: $DISPLAY"
+fi
 
 regsvr32_flags() {
     case "$1" in
@@ -101,6 +128,34 @@ if [[ -n "$need_merged" ]] && ! wine reg query 'HKCR\oQUIVRAN.clQUIVRAN' >/dev/n
     echo "SKIP: this Wine does not show HKEY_CURRENT_USER\Software\Classes through HKEY_CLASSES_ROOT, so COM cannot find a class registered for the user alone; Windows does"
     steps=()
 fi
+if [[ -n "$operator_title" ]]; then
+    # Qt draws on the display, and without a window manager Wine manages its windows itself.
+    wine reg add 'HKCU\Environment' /v QT_QPA_PLATFORM /d windows /f >/dev/null
+    wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null
+fi
+# The operator: waits for the window, takes the picture, presses the key; when the window
+# does not go, the host is stopped rather than left waiting.
+operate() {
+    local window
+    window=$(timeout 120 xdotool search --sync --onlyvisible --name "^$operator_title\$" | head -1)
+    if [[ -z "$window" ]]; then
+        echo "FAIL: no window titled \"$operator_title\" showed in two minutes; the host is stopped"
+        wine_server -k
+        return 1
+    fi
+    # The picture is for people to look at: let the screen finish painting first.
+    sleep 2
+    xwd -root -silent | xwdtopnm 2>/dev/null | pnmtopng >"$work/screen.png"
+    echo "operator: \"$operator_title\" is shown; picture in $work/screen.png; pressing $operator_key"
+    xdotool windowfocus --sync "$window" key "$operator_key"
+    for ((i = 0; i < 60; i++)); do
+        xdotool search --onlyvisible --name "^$operator_title\$" >/dev/null 2>&1 || return 0
+        sleep 1
+    done
+    echo "FAIL: \"$operator_title\" still shown a minute after $operator_key; the host is stopped"
+    wine_server -k
+    return 1
+}
 for step in "${steps[@]}"; do
     kind=${step%%:*}
     file=${step#*:}
@@ -110,11 +165,16 @@ for step in "${steps[@]}"; do
         script="$work/$(basename "$file")"
         cat "$here/common.vbs" "$file" | iconv -f UTF-8 -t CP1252 >"$script"
         echo "== cscript $(basename "$file")"
+        [[ -n "$operator_title" ]] && { operate >"$work/operator.txt" 2>&1 & operator=$!; }
         set +e
         output=$(wine cscript //nologo "$(windows_path "$script")" "$(windows_path "$work")" | from_console)
         code=$?
         set -e
         printf '%s\n' "$output"
+        if [[ -n "$operator_title" ]]; then
+            wait "$operator" || status=1
+            cat "$work/operator.txt"
+        fi
         summary=$(printf '%s\n' "$output" | tr -d '\r' | grep -E '^[0-9]+ passed, [0-9]+ failed$' | tail -1 || true)
         if [[ -z "$summary" ]]; then
             echo "FAIL: $(basename "$file") printed no summary line (exit $code)"
@@ -142,7 +202,9 @@ if [[ -n "$installer" ]]; then
         status=1
     fi
     echo "uninstalled"
-    if wine cmd /c if exist "$installed\\oQUIVRAN.dll" exit 1; then :; else
+    if wine cmd /c if exist "$installed\\oQUIVRAN.dll" exit 1; then
+        echo "removed: $installed\oQUIVRAN.dll"
+    else
         echo "FAIL: $installed\oQUIVRAN.dll is still there"
         status=1
     fi
