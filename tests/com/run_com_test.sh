@@ -14,8 +14,9 @@
 #                                  C:\oQUIVRAN before the hosts, and uninstall it silently after
 #     --operator TITLE KEY         the hosts run on a display of their own (Xvfb) with Qt's
 #                                  windows platform; when a window titled TITLE shows, the
-#                                  operator takes a picture of the display (screen.png in the
-#                                  work folder) and presses KEY on it
+#                                  operator takes a picture of the display (screen-N.png in
+#                                  the work folder, N counting from 1) and presses KEY on it
+#                                  (repeatable: the windows show in that order)
 #     --hosts-need-merged-classes  with --register user: when this Wine does not show
 #                                  HKEY_CURRENT_USER\Software\Classes through
 #                                  HKEY_CLASSES_ROOT as Windows does, the hosts are not run and
@@ -25,7 +26,8 @@ set -euo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
 
 wine_run="" state="" name="" server="" register="" unregister="" path="" registered=""
-need_merged="" installer="" operator_title="" operator_key=""
+need_merged="" installer=""
+windows=() keys=()
 steps=()
 while [[ $# -gt 0 ]]; do
     case "$1" in
@@ -41,7 +43,7 @@ while [[ $# -gt 0 ]]; do
     --registered) registered=$2 ;;
     --hosts-need-merged-classes) need_merged=yes; shift; continue ;;
     --installer) installer=$2 ;;
-    --operator) operator_title=$2; operator_key=$3; shift 3; continue ;;
+    --operator) windows+=("$2"); keys+=("$3"); shift 3; continue ;;
     *) echo "run_com_test: unknown option $1" >&2; exit 2 ;;
     esac
     shift 2
@@ -62,7 +64,7 @@ from_console() { iconv -f CP437 -t UTF-8; }
 status=0
 
 wine_server() { WINEPREFIX="$state/prefix-$name" /usr/lib/wine/wineserver "$@"; }
-if [[ -n "$operator_title" ]]; then
+if ((${#windows[@]})); then
     missing=()
     for tool in Xvfb xdotool xwd xwdtopnm pnmtopng; do
         command -v "$tool" >/dev/null 2>&1 || missing+=("$tool")
@@ -128,33 +130,41 @@ if [[ -n "$need_merged" ]] && ! wine reg query 'HKCR\oQUIVRAN.clQUIVRAN' >/dev/n
     echo "SKIP: this Wine does not show HKEY_CURRENT_USER\Software\Classes through HKEY_CLASSES_ROOT, so COM cannot find a class registered for the user alone; Windows does"
     steps=()
 fi
-if [[ -n "$operator_title" ]]; then
+if ((${#windows[@]})); then
     # Qt draws on the display, and without a window manager Wine manages its windows itself.
     wine reg add 'HKCU\Environment' /v QT_QPA_PLATFORM /d windows /f >/dev/null
     wine reg add 'HKCU\Software\Wine\X11 Driver' /v Managed /d N /f >/dev/null
 fi
-# The operator: waits for the window, takes the picture, presses the key; when the window
-# does not go, the host is stopped rather than left waiting.
+# The operator: for each window in turn, waits for it, takes the picture, presses the key;
+# when a window does not show or does not go, the host is stopped rather than left waiting.
 operate() {
-    local window
-    window=$(timeout 120 xdotool search --sync --onlyvisible --name "^$operator_title\$" | head -1)
-    if [[ -z "$window" ]]; then
-        echo "FAIL: no window titled \"$operator_title\" showed in two minutes; the host is stopped"
+    local n window title key picture pattern
+    # Wine names a window in its own locale's encoding: the title's letters beyond ASCII match
+    # any bytes.
+    export LC_ALL=C
+    for ((n = 0; n < ${#windows[@]}; n++)); do
+        title=${windows[n]} key=${keys[n]} picture="$work/screen-$((n + 1)).png"
+        pattern="^$(sed 's/[^ -~]\{1,\}/.+/g' <<<"$title")\$"
+        window=$(timeout 120 xdotool search --sync --onlyvisible --name "$pattern" | head -1) ||
+            true
+        if [[ -z "$window" ]]; then
+            echo "FAIL: no window titled \"$title\" showed in two minutes; the host is stopped"
+            wine_server -k
+            return 1
+        fi
+        # The picture is for people to look at: let the screen finish painting first.
+        sleep 2
+        xwd -root -silent | xwdtopnm 2>/dev/null | pnmtopng >"$picture" || echo "no picture"
+        echo "operator: \"$title\" is shown; picture in $picture; pressing $key"
+        xdotool windowfocus --sync "$window" key "$key"
+        for ((i = 0; i < 60; i++)); do
+            xdotool search --onlyvisible --name "$pattern" >/dev/null 2>&1 || continue 2
+            sleep 1
+        done
+        echo "FAIL: \"$title\" still shown a minute after $key; the host is stopped"
         wine_server -k
         return 1
-    fi
-    # The picture is for people to look at: let the screen finish painting first.
-    sleep 2
-    xwd -root -silent | xwdtopnm 2>/dev/null | pnmtopng >"$work/screen.png"
-    echo "operator: \"$operator_title\" is shown; picture in $work/screen.png; pressing $operator_key"
-    xdotool windowfocus --sync "$window" key "$operator_key"
-    for ((i = 0; i < 60; i++)); do
-        xdotool search --onlyvisible --name "^$operator_title\$" >/dev/null 2>&1 || return 0
-        sleep 1
     done
-    echo "FAIL: \"$operator_title\" still shown a minute after $operator_key; the host is stopped"
-    wine_server -k
-    return 1
 }
 for step in "${steps[@]}"; do
     kind=${step%%:*}
@@ -165,13 +175,13 @@ for step in "${steps[@]}"; do
         script="$work/$(basename "$file")"
         cat "$here/common.vbs" "$file" | iconv -f UTF-8 -t CP1252 >"$script"
         echo "== cscript $(basename "$file")"
-        [[ -n "$operator_title" ]] && { operate >"$work/operator.txt" 2>&1 & operator=$!; }
+        ((${#windows[@]})) && { operate >"$work/operator.txt" 2>&1 & operator=$!; }
         set +e
         output=$(wine cscript //nologo "$(windows_path "$script")" "$(windows_path "$work")" | from_console)
         code=$?
         set -e
         printf '%s\n' "$output"
-        if [[ -n "$operator_title" ]]; then
+        if ((${#windows[@]})); then
             wait "$operator" || status=1
             cat "$work/operator.txt"
         fi
