@@ -79,7 +79,7 @@ struct Consistency
 {
     QStringList staleStock;     // ARTDSC differs from ARTCAT minus the sum of its discharges
     QStringList overDischarged; // the discharges of a stock line exceed ARTCAT
-    QStringList halfWritten;    // a sub-item whose lines do not match its relation
+    QStringList halfWritten;    // a sub-item whose lines are not an allocation of its relation
     QSet<QString> subItems;     // "operation/sub-item" of every sub-item with lines
 
     bool holds() const
@@ -92,9 +92,25 @@ struct Consistency
     }
 };
 
+// Whether the lines of one input are an allocation of required units: stock lines taken
+// whole while they fall short, then a completing line with the rest. When the completing
+// line's stock is exactly the rest, the allocation writes the whole running total on it
+// instead; the stock check refuses that line unless the stock grew after the proposal
+// (another operator's removal), so such a sub-item can be written with more than required.
+inline bool allocated(const QList<double>& lines, double required)
+{
+    if (lines.isEmpty())
+        return false;
+    double taken = 0;
+    for (qsizetype i = 0; i + 1 < lines.size(); ++i)
+        taken += lines.at(i);
+    const double last = lines.last();
+    return taken < required && (taken + last == required || (lines.size() > 1 && last == required));
+}
+
 // Reads the invariants: for every stock line ARTDSC = ARTCAT - sum(DIPCAN) and
 // sum(DIPCAN) <= ARTCAT; every sub-item with lines has, for each input of its product's
-// relation, lines summing to the relation's quantity (one unit of product), and no other.
+// relation, lines that allocate the relation's quantity (one unit of product), and no other.
 inline Consistency check(QSqlDatabase db)
 {
     Consistency result;
@@ -122,23 +138,37 @@ inline Consistency check(QSqlDatabase db)
             result.overDischarged
                 << QStringLiteral("%1 discharged %2 of %3").arg(line).arg(discharged).arg(declared);
     }
-    query.exec(QStringLiteral("select EXTINT || '/' || EXTSBT, PRDNRO, ARTNRO, sum(DIPCAN) "
-                              "from DIP group by EXTINT, EXTSBT, PRDNRO, ARTNRO"));
+    // Each line, in the order the allocation takes the stock (declarations D1 to D3 are
+    // dated in that order).
+    query.exec(QStringLiteral("select EXTINT || '/' || EXTSBT, PRDNRO, ARTNRO, DIPCAN from DIP "
+                              "order by EXTINT, EXTSBT, ARTNRO, ARTDCL"));
     QHash<QString, QStringList> products;
-    QHash<QString, QMap<QString, double>> inputs;
+    QHash<QString, QMap<QString, QList<double>>> inputs;
     while (query.next()) {
         const QString subItem = query.value(0).toString();
         const QString product = query.value(1).toString();
         if (!products[subItem].contains(product))
             products[subItem] << product;
-        inputs[subItem][query.value(2).toString()] = query.value(3).toDouble();
+        inputs[subItem][query.value(2).toString()] << query.value(3).toDouble();
     }
     query.exec(QStringLiteral("commit"));
     for (auto it = inputs.cbegin(); it != inputs.cend(); ++it) {
         result.subItems.insert(it.key());
         const QStringList& ofSubItem = products.value(it.key());
-        if (ofSubItem.size() != 1 || it.value() != relations().value(ofSubItem.first()))
-            result.halfWritten << it.key() + u' ' + ofSubItem.join(u',');
+        const QMap<QString, double> required =
+            ofSubItem.size() == 1 ? relations().value(ofSubItem.first()) : QMap<QString, double>();
+        bool whole = it.value().keys() == required.keys();
+        QStringList written;
+        for (auto input = it.value().cbegin(); input != it.value().cend(); ++input) {
+            QStringList quantities;
+            for (double quantity : input.value())
+                quantities << QString::number(quantity);
+            written << input.key() + u' ' + quantities.join(u'+');
+            whole = whole && allocated(input.value(), required.value(input.key()));
+        }
+        if (!whole)
+            result.halfWritten << it.key() + u' ' + ofSubItem.join(u',') + u" (" +
+                                      written.join(QStringLiteral(", ")) + u')';
     }
     return result;
 }
