@@ -158,17 +158,20 @@ inline Consistency check(QSqlDatabase db)
         const QMap<QString, double> required =
             ofSubItem.size() == 1 ? relations().value(ofSubItem.first()) : QMap<QString, double>();
         bool whole = it.value().keys() == required.keys();
+        for (auto input = it.value().cbegin(); whole && input != it.value().cend(); ++input)
+            whole = allocated(input.value(), required.value(input.key()));
+        if (whole)
+            continue;
+        // Only a failing sub-item's lines are spelled out: the check runs after every kill.
         QStringList written;
         for (auto input = it.value().cbegin(); input != it.value().cend(); ++input) {
             QStringList quantities;
             for (double quantity : input.value())
                 quantities << QString::number(quantity);
             written << input.key() + u' ' + quantities.join(u'+');
-            whole = whole && allocated(input.value(), required.value(input.key()));
         }
-        if (!whole)
-            result.halfWritten << it.key() + u' ' + ofSubItem.join(u',') + u" (" +
-                                      written.join(QStringLiteral(", ")) + u')';
+        result.halfWritten << it.key() + u' ' + ofSubItem.join(u',') + u" (" +
+                                  written.join(QStringLiteral(", ")) + u')';
     }
     return result;
 }
