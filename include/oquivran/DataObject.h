@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QString>
+#include <QStringList>
 #include <QtGlobal>
 
 #include <functional>
@@ -8,6 +9,7 @@
 namespace oquivran {
 
 class Recordset;
+class RuntimeError;
 
 // The host's data-access object: all SQL of the component runs through one of these. A host
 // may bind its own implementation; SqlDataObject is the one for SQLite.
@@ -41,6 +43,23 @@ public:
     virtual void transaction();
     virtual void commit();
     virtual void rollback();
+
+    // Units that wait their turn, for offices where several operators discharge at once.
+    // How long a unit may wait for other operators' units, in milliseconds: for the locks it
+    // takes and for running again after a conflict. This default, 0, runs a unit once.
+    virtual int lockWait() const;
+    // Whether error is a conflict with another operator's unit after which the unit, undone,
+    // may run again with what is committed then (the database refused it to keep units
+    // apart, or stayed locked). This default: never.
+    virtual bool isConflict(const RuntimeError& error) const;
+    // Called before a unit that writes the discharges and availability of the stock of these
+    // inputs: waits, for at most milliseconds, until no other operator's unit holds any of
+    // them, and holds them until unlockStock(), so that such units on one stock run one after
+    // the other. Throws RuntimeError when the wait runs out or the database fails. This
+    // default does nothing: the database's writer lock already keeps units apart.
+    virtual void lockStock(const QStringList& inputCodes, int milliseconds);
+    // Lets go of what lockStock() holds; nothing held is no error. Never throws.
+    virtual void unlockStock();
 
     // The text set last.
     QString sql() const { return m_sql; }

@@ -42,12 +42,26 @@ public:
 
     // A unit of atomic writes at the SERIALIZABLE isolation level: of two units that read and
     // write the same stock line at the same time, one commits and the other fails (at a write
-    // or at commit()) with the server's message and is undone. commit() of a unit in which a
+    // or at commit()) with the server's message and SQLSTATE 40001 and is undone, unless
+    // lockStock() made them run one after the other. A statement of a unit waits for another's
+    // row lock at most lockWait(), then fails with 55P03. commit() of a unit in which a
     // statement failed undoes it and throws. rollback() on a connection that broke does
     // nothing (the server has undone the unit).
     void transaction() override;
     void commit() override;
     void rollback() override;
+
+    // How long a unit may wait for other operators' units, in milliseconds (5000 unless set).
+    int lockWait() const override;
+    void setLockWait(int milliseconds);
+    // Serialization failures (40001), deadlocks (40P01) and lock waits that ran out (55P03).
+    bool isConflict(const RuntimeError& error) const override;
+    // Takes the server's advisory lock of each input (in one order for every client, so that
+    // two units cannot deadlock on them) on this connection's session, waiting at most
+    // milliseconds; throws RuntimeError 55P03 when the wait runs out. Taken before the unit's
+    // transaction starts, so that the unit sees what the units before it committed.
+    void lockStock(const QStringList& inputCodes, int milliseconds) override;
+    void unlockStock() override;
 
     // The connection this object runs on.
     QSqlDatabase database() const;

@@ -27,7 +27,8 @@ enum ErrorNumber : qint32 {
 class RuntimeError : public std::exception
 {
 public:
-    RuntimeError(qint32 number, const QString& description, const QString& source = QString());
+    RuntimeError(qint32 number, const QString& description, const QString& source = QString(),
+                 const QString& nativeErrorCode = QString());
 
     // The description as UTF-8, for std::exception users.
     const char* what() const noexcept override;
@@ -41,6 +42,11 @@ public:
     qint32 number;
     QString description;
     QString source;
+    // The database's own code for the failure, as QSqlError::nativeErrorCode() gives it: the
+    // SQLSTATE on PostgreSQL ("40001", "08006" for a connection that broke or could not be
+    // opened), SQLite's extended result code as decimal text ("5" while the database is
+    // locked); empty for errors that did not come from a database.
+    QString nativeErrorCode;
 
 private:
     QByteArray m_what;

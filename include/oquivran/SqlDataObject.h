@@ -56,8 +56,11 @@ public:
 
     // How long transaction() waits for another connection's unit to end, in milliseconds
     // (5000 unless set). Statements outside a unit wait the same.
-    int lockWait() const { return m_lockWait; }
+    int lockWait() const override { return m_lockWait; }
     void setLockWait(int milliseconds);
+    // "database is locked" (SQLITE_BUSY) and "database table is locked" (SQLITE_LOCKED),
+    // with their extended codes.
+    bool isConflict(const RuntimeError& error) const override;
 
     // The connection this object runs on.
     QSqlDatabase database() const { return m_database; }

@@ -50,4 +50,23 @@ void DataObject::rollback()
     refuseAtomicWrites();
 }
 
+int DataObject::lockWait() const
+{
+    return 0;
+}
+
+bool DataObject::isConflict(const RuntimeError& error) const
+{
+    Q_UNUSED(error);
+    return false;
+}
+
+void DataObject::lockStock(const QStringList& inputCodes, int milliseconds)
+{
+    Q_UNUSED(inputCodes);
+    Q_UNUSED(milliseconds);
+}
+
+void DataObject::unlockStock() {}
+
 } // namespace oquivran

@@ -16,10 +16,12 @@
 #include <QSqlDriver>
 #include <QSqlError>
 
+#include <algorithm>
 #include <atomic>
 #include <charconv>
 #include <cstring>
 #include <limits>
+#include <utility>
 #include <vector>
 
 #include <libpq-fe.h>
@@ -73,9 +75,13 @@ ValueKind valueKind(Oid type)
     }
 }
 
-[[noreturn]] void fail(const QString& description)
+// SQLSTATEs of the failures the component tells apart.
+const QString ConnectionFailure = QStringLiteral("08006");
+const QString CannotConnect = QStringLiteral("08001");
+
+[[noreturn]] void fail(const QString& description, const QString& code = QString())
 {
-    throw RuntimeError(DatabaseError, description, QStringLiteral("PgDataObject"));
+    throw RuntimeError(DatabaseError, description, QStringLiteral("PgDataObject"), code);
 }
 
 // The server's own words for what went wrong: the primary message of the result, or the
@@ -91,6 +97,17 @@ QString sqlState(const PGresult* result)
 {
     const char* state = result ? PQresultErrorField(result, PG_DIAG_SQLSTATE) : nullptr;
     return state ? QString::fromLatin1(state) : QString();
+}
+
+// The server's failure with its SQLSTATE; a connection that broke has no result to give one,
+// and gets the standard code of a connection failure.
+RuntimeError serverError(PGconn* connection, const PGresult* result)
+{
+    QString code = sqlState(result);
+    if (code.isEmpty() && (!connection || PQstatus(connection) != CONNECTION_OK))
+        code = ConnectionFailure;
+    return RuntimeError(DatabaseError, serverMessage(connection, result),
+                        QStringLiteral("PgDataObject"), code);
 }
 
 // A result, cleared when it goes out of scope.
@@ -366,6 +383,13 @@ struct PgDataObject::Private
     SqlDialect dialect = SqlDialect::postgresql();
     bool visiting = false;
     bool inUnit = false;
+    int lockWait = 5000;
+    // The stock locks held (lockStock()), with the connection that holds them.
+    QList<qint32> heldStock;
+    PGconn* heldOn = nullptr;
+    // The schema the stock locks of a connection are named in, read once per connection.
+    QString lockSchema;
+    int lockSchemaPid = 0;
 
     // The connection as it stands, without opening it again.
     PGconn* handle() const
@@ -391,11 +415,14 @@ struct PgDataObject::Private
             // by one, on a new connection.
             if (inUnit)
                 fail(QStringLiteral("The connection to the database was lost; the unit of "
-                                    "atomic writes was undone"));
+                                    "atomic writes was undone"),
+                     ConnectionFailure);
             if (database.isOpen())
                 database.close();
-            if (!database.open())
-                fail(database.lastError().text());
+            if (!database.open()) {
+                const QString code = database.lastError().nativeErrorCode();
+                fail(database.lastError().text(), code.isEmpty() ? CannotConnect : code);
+            }
             current = handle();
             if (!current)
                 fail(QStringLiteral("The connection is not a PostgreSQL connection"));
@@ -410,7 +437,7 @@ struct PgDataObject::Private
             Result settings(PQexec(current, "SET DateStyle TO ISO; SET extra_float_digits TO 3; "
                                             "SET client_encoding TO 'UTF8'"));
             if (!succeeded(settings))
-                fail(serverMessage(current, settings.get()));
+                throw serverError(current, settings.get());
         }
         return current;
     }
@@ -513,7 +540,7 @@ struct PgDataObject::Private
                                PQtransactionStatus(c) == PQTRANS_INERROR) {
                         // Nothing more can run: the connection broke, or the failure undid
                         // the open unit.
-                        fail(serverMessage(c, result.get()));
+                        throw serverError(c, result.get());
                     }
                 }
             }
@@ -581,7 +608,7 @@ struct PgDataObject::Private
             result.reset(run(c, call));
         }
         if (!succeeded(result))
-            fail(serverMessage(c, result.get()));
+            throw serverError(c, result.get());
     }
 
     void forget(PGconn* c, const Call& call)
@@ -669,7 +696,7 @@ bool PgDataObject::forEachRow(const std::function<bool(const Recordset&)>& visit
     PGconn* c = d->open();
     Private::Call call = d->prepare(c, m_sql);
     if (!d->send(c, call))
-        fail(serverMessage(c, nullptr));
+        throw serverError(c, nullptr);
     PQsetSingleRowMode(c);
     const Visiting visiting(d->visiting);
     bool found = false;
@@ -687,10 +714,10 @@ bool PgDataObject::forEachRow(const std::function<bool(const Recordset&)>& visit
                 row.appendRow(rowValues(result.get(), 0, description.kinds));
                 going = visit(row);
             } else if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK) {
-                const QString message = serverMessage(c, result.get());
+                const RuntimeError error = serverError(c, result.get());
                 result.reset(nullptr);
                 d->finishQuery(c);
-                fail(message);
+                throw error;
             }
         }
     } catch (...) {
@@ -701,12 +728,108 @@ bool PgDataObject::forEachRow(const std::function<bool(const Recordset&)>& visit
     return found;
 }
 
+namespace {
+
+// The key class of the component's stock locks: the server's two-number advisory locks, kept
+// apart from a host's one-number ones.
+constexpr qint32 StockLockClass = 0x6F515549;
+
+// An input's stock lock: FNV-1a of the schema's name and the code as UTF-8 text, the same on
+// every client. The server's advisory locks belong to the database: the schema keeps the
+// stock of two schemas apart.
+qint32 stockLockKey(const QString& schema, const QString& inputCode)
+{
+    quint32 hash = 2166136261u;
+    const QByteArray name = schema.toUtf8() + '\x1f' + inputCode.toUtf8();
+    for (const char byte : name) {
+        hash ^= quint8(byte);
+        hash *= 16777619u;
+    }
+    return qint32(hash);
+}
+
+QByteArray lockTimeout(int milliseconds)
+{
+    return "SET LOCAL lock_timeout = " + QByteArray::number(qMax(1, milliseconds)) + "; ";
+}
+
+} // namespace
+
+int PgDataObject::lockWait() const
+{
+    return d->lockWait;
+}
+
+void PgDataObject::setLockWait(int milliseconds)
+{
+    d->lockWait = qMax(0, milliseconds);
+}
+
+bool PgDataObject::isConflict(const RuntimeError& error) const
+{
+    // serialization_failure, deadlock_detected, and lock_not_available (a wait that ran
+    // out of lock_timeout).
+    static const QStringList conflicts = {QStringLiteral("40001"), QStringLiteral("40P01"),
+                                          QStringLiteral("55P03")};
+    return conflicts.contains(error.nativeErrorCode);
+}
+
+void PgDataObject::lockStock(const QStringList& inputCodes, int milliseconds)
+{
+    unlockStock();
+    if (inputCodes.isEmpty())
+        return;
+    PGconn* c = d->open();
+    if (d->lockSchemaPid != PQbackendPID(c)) {
+        Result schema(PQexec(c, "SELECT coalesce(current_schema(), '')"));
+        if (!succeeded(schema) || PQntuples(schema.get()) != 1)
+            throw serverError(c, schema.get());
+        d->lockSchema = QString::fromUtf8(PQgetvalue(schema.get(), 0, 0));
+        d->lockSchemaPid = PQbackendPID(c);
+    }
+    QList<qint32> keys;
+    for (const QString& code : inputCodes)
+        keys.append(stockLockKey(d->lockSchema, code));
+    // One order for every unit: two units never wait for each other in a circle.
+    std::sort(keys.begin(), keys.end());
+    keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+    // Session locks, taken before the unit starts: the unit's snapshot is then taken after the
+    // other operators' units on this stock have committed, and sees their lines. The wait
+    // is bounded by a lock_timeout that ends with this one request.
+    QByteArray sql = lockTimeout(milliseconds);
+    for (const qint32 key : std::as_const(keys))
+        sql += "SELECT pg_advisory_lock(" + QByteArray::number(StockLockClass) + ", " +
+               QByteArray::number(key) + "); ";
+    Result result(PQexec(c, sql.constData()));
+    if (!succeeded(result))
+        throw serverError(c, result.get());
+    d->heldStock = keys;
+    d->heldOn = c;
+}
+
+void PgDataObject::unlockStock()
+{
+    const QList<qint32> keys = std::exchange(d->heldStock, {});
+    PGconn* c = std::exchange(d->heldOn, nullptr);
+    // A connection that broke took its locks with it.
+    if (keys.isEmpty() || !c || c != d->handle() || PQstatus(c) != CONNECTION_OK ||
+        PQtransactionStatus(c) != PQTRANS_IDLE)
+        return;
+    QByteArray sql;
+    for (const qint32 key : keys)
+        sql += "SELECT pg_advisory_unlock(" + QByteArray::number(StockLockClass) + ", " +
+               QByteArray::number(key) + "); ";
+    PQclear(PQexec(c, sql.constData()));
+}
+
 void PgDataObject::transaction()
 {
     PGconn* c = d->open();
-    Result result(PQexec(c, "BEGIN ISOLATION LEVEL SERIALIZABLE"));
+    // A statement waits for another's row lock no longer than a unit may wait.
+    const QByteArray begin = "BEGIN ISOLATION LEVEL SERIALIZABLE; " + lockTimeout(d->lockWait);
+    Result result(PQexec(c, begin.constData()));
     if (!succeeded(result))
-        fail(serverMessage(c, result.get()));
+        throw serverError(c, result.get());
     d->inUnit = true;
 }
 
@@ -716,7 +839,8 @@ void PgDataObject::commit()
     d->inUnit = false;
     if (!c || PQstatus(c) != CONNECTION_OK)
         fail(QStringLiteral("The connection to the database was lost; the unit of atomic "
-                            "writes was undone"));
+                            "writes was undone"),
+             ConnectionFailure);
     switch (PQtransactionStatus(c)) {
     case PQTRANS_INTRANS:
         break;
@@ -730,7 +854,7 @@ void PgDataObject::commit()
     }
     Result result(PQexec(c, "COMMIT"));
     if (!succeeded(result))
-        fail(serverMessage(c, result.get()));
+        throw serverError(c, result.get());
 }
 
 void PgDataObject::rollback()
@@ -741,7 +865,7 @@ void PgDataObject::rollback()
         return;
     Result result(PQexec(c, "ROLLBACK"));
     if (!succeeded(result))
-        fail(serverMessage(c, result.get()));
+        throw serverError(c, result.get());
 }
 
 } // namespace oquivran

@@ -2,8 +2,10 @@
 
 namespace oquivran {
 
-RuntimeError::RuntimeError(qint32 number, const QString& description, const QString& source)
-    : number(number), description(description), source(source), m_what(description.toUtf8())
+RuntimeError::RuntimeError(qint32 number, const QString& description, const QString& source,
+                           const QString& nativeErrorCode)
+    : number(number), description(description), source(source), nativeErrorCode(nativeErrorCode),
+      m_what(description.toUtf8())
 {
 }
 

@@ -28,14 +28,16 @@ namespace {
 
 using ColumnKind = StatementRewriter::ColumnKind;
 
-[[noreturn]] void fail(const QString& description)
+[[noreturn]] void fail(const QString& description, const QString& code = QString())
 {
-    throw RuntimeError(DatabaseError, description, QStringLiteral("SqlDataObject"));
+    throw RuntimeError(DatabaseError, description, QStringLiteral("SqlDataObject"), code);
 }
 
+// SQLite's message with its extended result code.
 [[noreturn]] void failWithMessage(sqlite3* connection)
 {
-    fail(QString::fromUtf8(sqlite3_errmsg(connection)));
+    fail(QString::fromUtf8(sqlite3_errmsg(connection)),
+         QString::number(sqlite3_extended_errcode(connection)));
 }
 
 // The kind a declared column type stands for, by its first word: REAL, DOUBLE, FLOAT and
@@ -463,7 +465,7 @@ sqlite3* SqlDataObject::connection()
     if (!m_database.isOpen())
         releaseStatements();
     if (!m_database.isOpen() && !m_database.open())
-        fail(m_database.lastError().text());
+        fail(m_database.lastError().text(), m_database.lastError().nativeErrorCode());
     const QVariant handle = m_database.driver() ? m_database.driver()->handle() : QVariant();
     if (!handle.isValid() || qstrcmp(handle.typeName(), "sqlite3*") != 0)
         fail(QStringLiteral("The connection is not an SQLite connection"));
@@ -538,6 +540,14 @@ void SqlDataObject::setLockWait(int milliseconds)
     m_lockWait = milliseconds;
     if (m_installedOn && m_database.isOpen())
         sqlite3_busy_timeout(m_installedOn, m_lockWait);
+}
+
+bool SqlDataObject::isConflict(const RuntimeError& error) const
+{
+    bool whole = false;
+    const int code = error.nativeErrorCode.toInt(&whole);
+    // The extended codes keep the primary one in their low byte.
+    return whole && ((code & 0xff) == SQLITE_BUSY || (code & 0xff) == SQLITE_LOCKED);
 }
 
 void SqlDataObject::transaction()

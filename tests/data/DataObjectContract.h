@@ -23,7 +23,8 @@
 //   static QString typeOf(column);       an expression giving the column's storage class in a
 //                                         row, empty when the server keeps the declared type
 //   static QString realType();           the column type of a real number in a create table
-//   static QString noTableMessage(), notNullMessage(), duplicateKeyMessage();
+//   static QString noTableMessage(), notNullMessage(), duplicateKeyMessage(),
+//   duplicateKeyCode();
 //   static QStringList fieldsAfterAddedColumn();  the fields of "select *" on T(A) once a
 //                                         column b was added as "B"
 //   void nothingLeftReading();           checks that no statement of the object still reads
@@ -329,6 +330,9 @@ public:
         const RuntimeError error = errorOf([&] { dao.execute(); });
         QVERIFY2(error.description.contains(Server::duplicateKeyMessage()),
                  qPrintable(error.description));
+        // The database's own code, and no conflict to run a unit again for.
+        QCOMPARE(error.nativeErrorCode, Server::duplicateKeyCode());
+        QVERIFY(!dao.isConflict(error));
     }
 
     static void quantityRoundTripData()

@@ -57,6 +57,7 @@ struct PostgresqlServer
     static QString noTableMessage() { return QStringLiteral("relation \"nope\" does not exist"); }
     static QString notNullMessage() { return QStringLiteral("null value in column \"prdnro\""); }
     static QString duplicateKeyMessage() { return QStringLiteral("duplicate key value"); }
+    static QString duplicateKeyCode() { return QStringLiteral("23505"); }
     // A field the statement does not write keeps the server's name.
     static QStringList fieldsAfterAddedColumn()
     {
@@ -442,10 +443,57 @@ private Q_SLOTS:
             QCOMPARE(error.source, QStringLiteral("PgDataObject"));
             QVERIFY2(error.description.contains(QStringLiteral("could not serialize")),
                      qPrintable(error.description));
+            QCOMPARE(error.nativeErrorCode, QStringLiteral("40001"));
+            QVERIFY(other.isConflict(error));
             other.rollback();
             QCOMPARE(scalar(QStringLiteral("select ARTDSC from INS")).toDouble(), 4.0);
             QCOMPARE(count(QStringLiteral("DIP")), 1);
             QCOMPARE(run(other, QStringLiteral("update INS set ARTDSC = 4 where INTDCL = 'D'")), 1);
+        }
+        second.close();
+        second = QSqlDatabase();
+        QSqlDatabase::removeDatabase(QStringLiteral("second-unit"));
+    }
+
+    // The stock of an input is held by one connection at a time; another waits its bounded
+    // time for it and then fails with a conflict, while other inputs' stock stays free.
+    void stockLocksKeepUnitsApart()
+    {
+        PgDataObject first(db());
+        QSqlDatabase second = QSqlDatabase::cloneDatabase(db(), QStringLiteral("second-unit"));
+        {
+            QVERIFY(second.open());
+            PgDataObject other(second);
+            QCOMPARE(other.lockWait(), 5000);
+            first.lockStock({QStringLiteral("A"), QStringLiteral("B")}, 1000);
+            QElapsedTimer timer;
+            timer.start();
+            const RuntimeError waited =
+                errorOf([&] { other.lockStock({QStringLiteral("B")}, 200); });
+            QVERIFY(timer.elapsed() >= 200);
+            QCOMPARE(waited.nativeErrorCode, QStringLiteral("55P03"));
+            QVERIFY2(waited.description.contains(QStringLiteral("lock timeout")),
+                     qPrintable(waited.description));
+            QVERIFY(other.isConflict(waited));
+            // Another input's stock, and the session's own setting, are untouched.
+            other.lockStock({QStringLiteral("C")}, 200);
+            QCOMPARE(rows(other, QStringLiteral("select current_setting('lock_timeout') as t"))
+                         .value(QStringLiteral("t"))
+                         .toString(),
+                     QStringLiteral("0"));
+            other.unlockStock();
+            first.unlockStock();
+            // Released, in any order of the inputs.
+            other.lockStock({QStringLiteral("B"), QStringLiteral("A")}, 200);
+            const QString held = u"select count(*) from pg_locks where locktype = 'advisory' and "
+                                 u"granted and pid = " +
+                                 rows(other, QStringLiteral("select pg_backend_pid() as p"))
+                                     .value(QStringLiteral("p"))
+                                     .toString();
+            QCOMPARE(scalar(held).toInt(), 2);
+            other.unlockStock();
+            other.unlockStock();
+            QCOMPARE(scalar(held).toInt(), 0);
         }
         second.close();
         second = QSqlDatabase();
@@ -473,6 +521,9 @@ private Q_SLOTS:
         });
         QVERIFY2(lost.description.contains(QStringLiteral("was undone")),
                  qPrintable(lost.description));
+        // A connection failure, never a conflict: the unit is not run again on a new one.
+        QCOMPARE(lost.nativeErrorCode, QStringLiteral("08006"));
+        QVERIFY(!dao.isConflict(lost));
         QVERIFY(errorOf([&] { dao.commit(); }).number != 0);
         dao.rollback();
         QCOMPARE(count(QStringLiteral("PRD")), 0);

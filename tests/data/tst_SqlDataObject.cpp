@@ -74,6 +74,8 @@ struct SqliteServer
         return QStringLiteral("NOT NULL constraint failed: PRD.PRDNRO");
     }
     static QString duplicateKeyMessage() { return QStringLiteral("UNIQUE constraint failed"); }
+    // SQLITE_CONSTRAINT_PRIMARYKEY.
+    static QString duplicateKeyCode() { return QStringLiteral("1555"); }
     static QStringList fieldsAfterAddedColumn()
     {
         return {QStringLiteral("A"), QStringLiteral("B")};
@@ -405,6 +407,9 @@ private Q_SLOTS:
         QVERIFY(timer.elapsed() >= 150);
         QCOMPARE(error.number, qint32(oquivran::DatabaseError));
         QCOMPARE(error.description, QStringLiteral("database is locked"));
+        // SQLITE_BUSY, a conflict after which a unit may run again.
+        QCOMPARE(error.nativeErrorCode, QStringLiteral("5"));
+        QVERIFY(dao.isConflict(error));
         // Reading is not held up by the other unit, and does not see it.
         QCOMPARE(rows(dao, QStringLiteral("select count(*) as n from PRD"))
                      .value(QStringLiteral("n"))
