@@ -7,6 +7,8 @@
 
 namespace oquivran {
 
+class RuntimeError;
+
 // Message-box styles and answers, as the component passes them to the message handler.
 enum MessageStyle : int {
     MessageOkOnly = 0,
@@ -44,6 +46,14 @@ void setAtomicWrites(bool on);
 // Whether atomic writes are on.
 bool atomicWrites();
 
+// The last run-time error the component reported to the operator through its error message,
+// since the host last called clearReportedError() (or resetModuleState()); null when none.
+// Its nativeErrorCode lets a host tell a refusal by the discharge rules (no code) from a
+// database that failed: DataObject::isConflict() for a conflict that outlasted the wait, a
+// PostgreSQL SQLSTATE of class 08 for a connection that broke or could not be opened.
+const RuntimeError* lastReportedError();
+void clearReportedError();
+
 // The component's per-user settings: application "oQUIVRAN", section "CONFIG" (key "opVDE")
 // and section "IMPRESION" (the print options), keys written "SECTION/KEY". On Linux the file
 // $XDG_CONFIG_HOME/oQUIVRAN/oQUIVRAN.conf; on Windows the registry key
@@ -62,6 +72,10 @@ void resetModuleState();
 // with false unless acceptIncomplete (the operator's Yes to "Confirma descargar estos
 // insumos"); a failed relation lookup stops with false. Messages go through the message
 // handler; the discharge value formats are used. Returns the discharge result.
+// With atomic writes on, the allocation is made inside the unit, after other operators' units
+// on the same stock have ended, so that it is made from what they left; its messages (stock
+// short of the need) are then shown while the unit holds that stock, and a handler that waits
+// for a person keeps the other operators waiting meanwhile (each at most its lock wait).
 bool dischargeAsProposed(bool acceptIncomplete);
 
 } // namespace oquivran

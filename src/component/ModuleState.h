@@ -7,6 +7,8 @@
 
 #include "ValueFormats.h"
 
+#include <oquivran/RuntimeError.h>
+
 #include <QList>
 #include <QString>
 
@@ -69,6 +71,11 @@ struct ModuleState
     // The report line buffer and the totals of the report being generated.
     QList<ReportLine> reportLines;
     ReportTotals reportTotals;
+
+    // The last run-time error reported to the operator, and whether there was one since the
+    // host cleared it (lastReportedError()).
+    RuntimeError reportedError{0, QString()};
+    bool errorReported = false;
 
     // Takes the mode flag and the two quantity formats.
     void applyFormats(const ValueFormatSet& formats);

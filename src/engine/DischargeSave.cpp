@@ -7,6 +7,8 @@
 #include "WriteUnit.h"
 #include "modManejoInsumos.h"
 
+#include <oquivran/Module.h>
+
 namespace oquivran {
 
 namespace {
@@ -33,7 +35,28 @@ bool DischargeSave::prepare()
     return true;
 }
 
-DischargeSave::Outcome DischargeSave::run(const std::function<void(Progress)>& progress)
+namespace {
+
+// The inputs whose stock a discharge writes: those of the relation when the allocation is yet
+// to be made, else those of the allocation.
+QStringList stockInputs(bool proposing)
+{
+    const ModuleState& state = moduleState();
+    QStringList inputs;
+    if (proposing) {
+        for (const RipEntry& entry : state.relationList)
+            inputs.append(entry.inputCode);
+    } else {
+        for (const DipCandidate& line : state.candidateLines)
+            inputs.append(line.inputCode);
+    }
+    return inputs;
+}
+
+} // namespace
+
+DischargeSave::Outcome DischargeSave::run(const std::function<void(Progress)>& progress,
+                                          const std::function<bool()>& propose)
 {
     const auto notify = [&](Progress step) {
         if (progress)
@@ -42,21 +65,41 @@ DischargeSave::Outcome DischargeSave::run(const std::function<void(Progress)>& p
     Outcome outcome = Outcome::Failed;
     ErrorMessage::guard(QStringLiteral(" - Sección [oQUIVRAN.frmAgregarDIP.f_Aceptar]"), [&] {
         ModuleState& state = moduleState();
+        const bool proposeInUnit = propose && atomicWrites();
+        if (propose && !proposeInUnit && !propose()) {
+            outcome = Outcome::Refused;
+            return false;
+        }
         notify(Progress::Writing);
-        state.dischargeResult = f_VerificarDIP();
-        if (!state.dischargeResult) {
+        // The C.T.C. check; inside a unit, the unit is undone before the operator reads why.
+        const auto ctcChecked = [&] {
+            state.dischargeResult = f_VerificarDIP();
+            if (state.dischargeResult)
+                return true;
+            WriteUnit::undo();
             Messages::show(QStringLiteral("Falta ingresar algunos datos obligatorios, por favor "
                                           "verifique el numero de CTC."),
                            MessageExclamation | MessageOkOnly);
             outcome = Outcome::Refused;
             return false;
-        }
+        };
+        if (!proposeInUnit && !ctcChecked())
+            return false;
         // With atomic writes the lines, the refresh and the totals are one unit: undone, it
         // leaves no line, the result false and the totals of the previous discharge.
         const double previousQuantity = state.CantidadDescontada;
         const double previousCif = state.CIFDescontado;
         const bool saved = WriteUnit::run(
             [&] {
+                if (proposeInUnit) {
+                    outcome = Outcome::Failed;
+                    if (!propose()) {
+                        outcome = Outcome::Refused;
+                        return false;
+                    }
+                    if (!ctcChecked())
+                        return false;
+                }
                 state.dischargeResult = modManejoInsumos::AgregarDIP();
                 if (!state.dischargeResult) {
                     notify(Progress::WriteFailed);
@@ -76,7 +119,8 @@ DischargeSave::Outcome DischargeSave::run(const std::function<void(Progress)>& p
                 state.dischargeResult = false;
                 state.CantidadDescontada = previousQuantity;
                 state.CIFDescontado = previousCif;
-            });
+            },
+            stockInputs(proposeInUnit));
         if (saved)
             outcome = Outcome::Saved;
         return saved;

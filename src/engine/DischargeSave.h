@@ -32,8 +32,14 @@ public:
     // a failed stock refresh leaves the discharge result true and skips the totals. With
     // atomic writes on, writing, refresh and totals are one unit (WriteUnit): a failure
     // anywhere in it leaves nothing written, the discharge result false and the totals as
-    // they were.
-    static Outcome run(const std::function<void(Progress)>& progress = {});
+    // they were; the unit first waits for other operators' units on the stock of the
+    // allocation's inputs, and runs again after a conflict with one (WriteUnit).
+    // propose, when given, builds the allocation first (the headless discharge) and returns
+    // whether to go on (Refused when not). With atomic writes on it runs inside the unit,
+    // after the wait for the stock of the relation's inputs, so that the allocation is made
+    // from what the units before it committed, again on each attempt.
+    static Outcome run(const std::function<void(Progress)>& progress = {},
+                       const std::function<bool()>& propose = {});
 };
 
 } // namespace oquivran

@@ -1,7 +1,10 @@
 #include "ErrorMessage.h"
 
 #include "Messages.h"
+#include "ModuleState.h"
 #include "WriteUnit.h"
+
+#include <oquivran/Module.h>
 
 #include <exception>
 #include <new>
@@ -15,7 +18,26 @@ QString ErrorMessage::text(const RuntimeError& error, const QString& label)
 
 void ErrorMessage::show(const RuntimeError& error, const QString& label)
 {
+    record(error);
     Messages::show(text(error, label), MessageCritical | MessageOkOnly);
+}
+
+void ErrorMessage::record(const RuntimeError& error)
+{
+    ModuleState& state = moduleState();
+    state.reportedError = error;
+    state.errorReported = true;
+}
+
+const RuntimeError* lastReportedError()
+{
+    const ModuleState& state = moduleState();
+    return state.errorReported ? &state.reportedError : nullptr;
+}
+
+void clearReportedError()
+{
+    moduleState().errorReported = false;
 }
 
 RuntimeError ErrorMessage::fromException(std::exception_ptr exception)
@@ -38,9 +60,13 @@ bool ErrorMessage::guard(const QString& label, const std::function<bool()>& body
     try {
         return body();
     } catch (...) {
+        const RuntimeError error = fromException(std::current_exception());
+        // A conflict with another operator's unit: the unit runs again, unreported.
+        if (WriteUnit::runsAgain(error))
+            throw;
         // A failure inside a unit of atomic writes undoes it before its message is shown.
         WriteUnit::undo();
-        show(fromException(std::current_exception()), label);
+        show(error, label);
         return false;
     }
 }

@@ -15,12 +15,17 @@ public:
     // The message text: description, CR LF, CR LF, the number as decimal text, and the
     // routine's location label.
     static QString text(const RuntimeError& error, const QString& label);
-    // Shows text() with the critical icon, an OK button and the default title.
+    // Shows text() with the critical icon, an OK button and the default title, and keeps the
+    // error for lastReportedError().
     static void show(const RuntimeError& error, const QString& label);
+    // Keeps error as the last one reported (every way of showing one calls this).
+    static void record(const RuntimeError& error);
 
     // Runs a routine under its handler: returns what body returns, or false after showing the
     // common error message with label when it throws. Nothing done before the error is undone,
-    // unless it ran in a unit of atomic writes (WriteUnit): the unit is undone first.
+    // unless it ran in a unit of atomic writes (WriteUnit): the unit is undone first. A
+    // conflict after which the unit runs again (WriteUnit::runsAgain()) is passed on
+    // unreported.
     static bool guard(const QString& label, const std::function<bool()>& body);
 
     // Any exception turned into the run-time error it is reported as.

@@ -20,10 +20,12 @@ bool dischargeAsProposed(bool acceptIncomplete)
                                    // reported as discharged.
                                    if (!modManejoInsumos::GetRIP())
                                        return false;
-                                   const bool complete = modManejoInsumos::Obtener_INS_A_DIP();
-                                   if (!complete && !acceptIncomplete)
-                                       return false;
-                                   DischargeSave::run();
+                                   // With atomic writes, the allocation is made inside the
+                                   // unit, from what other operators committed before it.
+                                   DischargeSave::run({}, [&] {
+                                       const bool complete = modManejoInsumos::Obtener_INS_A_DIP();
+                                       return complete || acceptIncomplete;
+                                   });
                                    return moduleState().dischargeResult;
                                });
 }

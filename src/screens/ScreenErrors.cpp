@@ -2,6 +2,7 @@
 
 #include "ErrorMessage.h"
 #include "Messages.h"
+#include "WriteUnit.h"
 
 namespace oquivran {
 
@@ -32,6 +33,7 @@ QString ScreenErrors::text(const RuntimeError& error, Layout layout, const QStri
 
 void ScreenErrors::show(const RuntimeError& error, Layout layout, const QString& label)
 {
+    ErrorMessage::record(error);
     Messages::show(text(error, layout, label), MessageCritical | MessageOkOnly);
 }
 
@@ -40,7 +42,11 @@ bool ScreenErrors::guard(Layout layout, const QString& label, const std::functio
     try {
         return body();
     } catch (...) {
-        show(ErrorMessage::fromException(std::current_exception()), layout, label);
+        const RuntimeError error = ErrorMessage::fromException(std::current_exception());
+        // A conflict with another operator's unit: the unit runs again, unreported.
+        if (WriteUnit::runsAgain(error))
+            throw;
+        show(error, layout, label);
         return false;
     }
 }

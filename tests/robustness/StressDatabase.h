@@ -192,7 +192,7 @@ inline QList<Attempt> attempts(const QByteArray& output)
     const QList<QByteArray> lines = output.split('\n');
     for (const QByteArray& line : lines) {
         const QList<QByteArray> fields = line.split(' ');
-        if (fields.size() != 6)
+        if (fields.size() != 6 || (fields.at(0) != "discharge" && fields.at(0) != "remove"))
             continue;
         result.append({QString::fromUtf8(fields.at(0)),
                        QString::fromUtf8(fields.at(1) + '/' + fields.at(2)),
@@ -201,13 +201,50 @@ inline QList<Attempt> attempts(const QByteArray& output)
     return result;
 }
 
-// Starts a worker (see stress_worker.cpp) on file; its error output, the messages, is dropped.
+// The messages a worker showed (its error output), one per line.
+inline QStringList messages(const QByteArray& errors)
+{
+    QStringList result;
+    for (const QByteArray& line : errors.split('\n')) {
+        if (line.startsWith("message: "))
+            result << QString::fromUtf8(line.mid(9));
+    }
+    return result;
+}
+
+// Whether a message refuses a discharge for want of stock, in the system's words: the
+// allocation fell short, or the stock check found a line over-discharged (the completing line
+// of an allocation may carry the whole running total). The check's message is followed by
+// the save's "Ocurrio un error al calcular disponibilidad", which isStockFollowUp() tells.
+inline bool isStockMessage(const QString& message)
+{
+    return message.startsWith(QStringLiteral("Cantidad insuficiente en stock para el insumo ")) ||
+           (message.startsWith(QStringLiteral("El articulo ")) &&
+            message.contains(QStringLiteral(" no existe en stock, o no hay disponibilidad."))) ||
+           message.startsWith(
+               QStringLiteral("ERROR inconsistencia en la cantidad total disponible del insumo."));
+}
+inline bool isStockFollowUp(const QString& message)
+{
+    return message.startsWith(QStringLiteral("Ocurrio un error al calcular disponibilidad"));
+}
+
+// Whether a message tells the operator of another operator's unit: a conflict or a wait that
+// ran out.
+inline bool isConflictMessage(const QString& message)
+{
+    return message.contains(QStringLiteral("could not serialize")) ||
+           message.contains(QStringLiteral("deadlock detected")) ||
+           message.contains(QStringLiteral("lock timeout")) ||
+           message.contains(QStringLiteral("database is locked"));
+}
+
+// Starts a worker (see stress_worker.cpp) on file; its error output holds the messages.
 inline QProcess* startWorker(const QString& program, const QString& file, const QString& operation,
                              int subItems, int seed, bool atomic, int removalShare,
                              const QString& products = QString())
 {
     auto* process = new QProcess;
-    process->setStandardErrorFile(QProcess::nullDevice());
     QStringList arguments = {file,
                              operation,
                              QString::number(subItems),

@@ -9,7 +9,9 @@
 
 // A data-access object that hands every statement to another one and, just before the Nth
 // statement (opened or executed, counted from 1), runs a fault: closing the database, locking
-// it from another connection, taking its file away. Records the statements it saw.
+// it from another connection, taking its file away; or, with beforeEach, before every
+// statement (throwing there fails the statement). Records the statements it saw. Units, their
+// waits and their conflicts are the target's.
 class FaultyDataObject : public oquivran::DataObject
 {
 public:
@@ -31,10 +33,19 @@ public:
         before();
         return m_target->open(rs);
     }
-    // Units of atomic writes are the target's.
     void transaction() override { m_target->transaction(); }
     void commit() override { m_target->commit(); }
     void rollback() override { m_target->rollback(); }
+    int lockWait() const override { return m_target->lockWait(); }
+    bool isConflict(const oquivran::RuntimeError& error) const override
+    {
+        return m_target->isConflict(error);
+    }
+    void lockStock(const QStringList& inputCodes, int milliseconds) override
+    {
+        m_target->lockStock(inputCodes, milliseconds);
+    }
+    void unlockStock() override { m_target->unlockStock(); }
     qint32 execute() override
     {
         before();
@@ -42,11 +53,14 @@ public:
     }
 
     QStringList statements; // every text run, in order, the faulted one included
+    std::function<void(const QString& sql)> beforeEach;
 
 private:
     void before()
     {
         statements.append(m_sql);
+        if (beforeEach)
+            beforeEach(m_sql);
         if (int(statements.size()) == m_faultAt && m_fault)
             m_fault();
     }
