@@ -70,15 +70,28 @@ const Subcommand subcommands[] = {
      "lista el stock vencido o que vence dentro del horizonte (--days N, --as-of FECHA)"},
 };
 
-const char* exitCodesText = "Códigos de salida:\n"
-                            "  0  correcto\n"
-                            "  1  uso incorrecto (subcomando, opción o valor)\n"
-                            "  2  falta una base de datos o no se puede abrir\n"
-                            "  3  operación, subítem o ítem desconocido\n"
-                            "  4  el componente rechazó una descarga o una eliminación\n"
-                            "  5  check-stock encontró líneas con disponibilidad incorrecta\n"
-                            "  6  falló la numeración o la impresión\n"
-                            "  7  expiring encontró stock con la importación temporal vencida\n";
+const char* exitCodesText =
+    "Códigos de salida:\n"
+    "  0  correcto\n"
+    "  1  uso incorrecto (subcomando, opción o valor)\n"
+    "  2  falta una base de datos o no se puede abrir\n"
+    "  3  operación, subítem o ítem desconocido\n"
+    "  4  el componente rechazó una descarga o una eliminación\n"
+    "  5  check-stock encontró líneas con disponibilidad incorrecta\n"
+    "  6  falló la numeración o la impresión\n"
+    "  7  expiring encontró stock con la importación temporal vencida\n"
+    "  8  una descarga o eliminación no se escribió porque la base de datos\n"
+    "     no respondió o siguió ocupada por otros operadores más allá de la\n"
+    "     espera (nada quedó escrito: puede intentarse de nuevo)\n";
+
+// Of two exit codes of a run over several sub-items, the one to end with: a database that
+// failed outranks a refusal by the rules.
+int worstOf(int exitCode, int next)
+{
+    if (next == HostCommands::DatabaseUnavailable || exitCode == HostCommands::Success)
+        return next;
+    return exitCode;
+}
 
 // The sample host runs several operators on one stock: atomic writes are on (main.cpp).
 const char* atomicWritesText =
@@ -443,6 +456,21 @@ int HostCommands::init()
     return Success;
 }
 
+int HostCommands::refusal() const
+{
+    const oquivran::RuntimeError* error = oquivran::lastReportedError();
+    if (!error)
+        return Refused;
+    const QString& code = error->nativeErrorCode;
+    const oquivran::DataObject* data = m_databases->dischargeData();
+    // SQLSTATE classes 08 (connection exception) and 57P (the server shutting down or not
+    // yet accepting connections).
+    if ((data && data->isConflict(*error)) || code.startsWith(QLatin1String("08")) ||
+        code.startsWith(QLatin1String("57P")))
+        return DatabaseUnavailable;
+    return Refused;
+}
+
 int HostCommands::discharge()
 {
     int exitCode = Success;
@@ -478,6 +506,7 @@ int HostCommands::discharge()
             }
         } else {
             m_operation->setOn(*m_component, s);
+            oquivran::clearReportedError();
             if (oquivran::dischargeAsProposed(acceptIncomplete)) {
                 result = QStringLiteral("descargado");
                 quantity = m_component->CantidadDescontada();
@@ -485,7 +514,7 @@ int HostCommands::discharge()
                 addLines(lines, m_operation->dischargeLines(idsub));
             } else {
                 result = QStringLiteral("RECHAZADO");
-                exitCode = Refused;
+                exitCode = worstOf(exitCode, refusal());
             }
         }
         totals.addValues({idsub, s.catalog, s.product, s.quantity, result, quantity, cif});
@@ -495,6 +524,8 @@ int HostCommands::discharge()
            {"totals", "Totales", &totals}});
     if (exitCode == Refused)
         err() << "Hubo descargas rechazadas.\n";
+    else if (exitCode == DatabaseUnavailable)
+        err() << "Hubo descargas que la base de datos no dejó escribir.\n";
     return exitCode;
 }
 
@@ -516,9 +547,10 @@ int HostCommands::remove()
             continue;
         }
         m_operation->setOn(*m_component, s);
+        oquivran::clearReportedError();
         const bool removed = m_component->EliminarInsumo();
         if (!removed)
-            exitCode = Refused;
+            exitCode = worstOf(exitCode, refusal());
         table.addValues(
             {idsub, lineCount, removed ? QStringLiteral("eliminado") : QStringLiteral("FALLÓ")});
     }

@@ -30,14 +30,17 @@ public:
     // The exit codes, as --help lists them.
     enum ExitCode {
         Success = 0,
-        UsageError = 1,       // unknown subcommand or option, missing or invalid value
-        DatabaseMissing = 2,  // a database file does not exist or cannot be opened
-        NotFound = 3,         // unknown operation, sub-item or item
-        Refused = 4,          // the component refused a discharge or a removal
-        StockDifferences = 5, // check-stock found lines whose availability is wrong, or
-                              // over-discharged lines (never repaired)
-        Failed = 6,           // numbering or printing failed, or --out cannot be written
-        Expired = 7,          // expiring found stock whose temporary import has expired
+        UsageError = 1,          // unknown subcommand or option, missing or invalid value
+        DatabaseMissing = 2,     // a database file does not exist or cannot be opened
+        NotFound = 3,            // unknown operation, sub-item or item
+        Refused = 4,             // the component refused a discharge or a removal
+        StockDifferences = 5,    // check-stock found lines whose availability is wrong, or
+                                 // over-discharged lines (never repaired)
+        Failed = 6,              // numbering or printing failed, or --out cannot be written
+        Expired = 7,             // expiring found stock whose temporary import has expired
+        DatabaseUnavailable = 8, // a discharge or removal failed because the database could
+                                 // not be reached or stayed busy with other operators' units
+                                 // beyond the wait
     };
 
     HostCommands();
@@ -69,6 +72,10 @@ private:
     int openDatabases();
     // Loads the operation of --operation; prints why not.
     int loadOperation();
+    // What a refusal the component just reported means: DatabaseUnavailable when it was the
+    // database's (a conflict that outlasted the wait, a connection that broke or could not be
+    // opened), else Refused (the discharge rules).
+    int refusal() const;
     // The sub-items --subitem or --all select; empty with exitCode set when none.
     QList<int> selectedSubItems(int& exitCode) const;
     QString help() const;

@@ -68,6 +68,8 @@ public:
     void bind(oquivran::clQUIVRAN& component);
 
     QSqlDatabase discharge() const { return m_discharge; }
+    // The data object of the discharge database; null before open().
+    const oquivran::DataObject* dischargeData() const { return m_dischargeData.get(); }
     QSqlDatabase host() const { return m_host; }
     QString dischargePath() const { return m_dischargePath; }
     QString hostPath() const { return m_hostPath; }
