@@ -20,10 +20,13 @@ debs=("$work"/deb/oquivran_*_amd64.deb)
 deb=${debs[0]}
 echo "package: $(basename "$deb")"
 
-# What it holds and what it needs.
+# What it holds and what it needs. The library and the package files are in Debian's multiarch
+# folder.
+multiarch=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
+libdir=/usr/lib/$multiarch
 contents=$(dpkg-deb -c "$deb")
-for path in ./usr/bin/oquivran-host ./usr/lib/liboquivran.so.0 ./usr/include/oquivran/oquivran.h \
-    ./usr/lib/cmake/oquivran/oquivranConfig.cmake ./usr/share/oquivran/discharge.sql \
+for path in ./usr/bin/oquivran-host ".$libdir/liboquivran.so.0" ./usr/include/oquivran/oquivran.h \
+    ".$libdir/cmake/oquivran/oquivranConfig.cmake" ./usr/share/oquivran/discharge.sql \
     ./usr/share/oquivran/host.sql ./usr/share/oquivran/forms/adj1.kbx; do
     grep -q " $path" <<<"$contents" || fail "the package lacks $path"
 done
@@ -75,7 +78,7 @@ cmake -S "$example" -B "$work/example" -G "$generator" -DCMAKE_PREFIX_PATH="$pre
     { cat "$work/example.log"; fail "configuring the host example"; }
 cmake --build "$work/example" >>"$work/example.log" 2>&1 ||
     { cat "$work/example.log"; fail "building the host example"; }
-grep -q "$prefix/lib/cmake/oquivran" "$work/example/CMakeCache.txt" ||
+grep -q "$prefix/lib/$multiarch/cmake/oquivran" "$work/example/CMakeCache.txt" ||
     fail "the host example did not find the installed package"
 "$work/example/myhost" "$prefix/share/oquivran" "$work/example.sqlite" ||
     fail "the host example"
