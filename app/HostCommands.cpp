@@ -181,7 +181,8 @@ QString HostCommands::overview()
     QString text =
         QStringLiteral(
             "Uso: oquivran-host [--discharge-db ARCHIVO] [--host-db ARCHIVO] [--operation OP]\n"
-            "     oquivran-host SUBCOMANDO [opciones]   (oquivran-host SUBCOMANDO --help)\n\n"
+            "     oquivran-host SUBCOMANDO [opciones]   (oquivran-host SUBCOMANDO --help)\n"
+            "     oquivran-host --version               (muestra la versión)\n\n"
             "Sin subcomando abre la ventana. La primera ejecución crea las bases de muestra en la\n"
             "carpeta de datos del usuario (") +
         HostDatabases::defaultFolder() +

@@ -81,6 +81,10 @@ int main(int argc, char* argv[])
         QTextStream(stdout) << HostCommands::overview();
         return HostCommands::Success;
     }
+    if (first == u"--version") {
+        QTextStream(stdout) << "oquivran-host " << OQUIVRAN_VERSION << '\n';
+        return HostCommands::Success;
+    }
     // A first argument that is neither an option nor a subcommand is a usage error, --help or
     // not: opening the window instead would hide the typing slip.
     if (!first.isEmpty() && !first.startsWith(u'-') && !HostCommands::isSubcommand(first)) {

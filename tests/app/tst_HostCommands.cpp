@@ -25,6 +25,7 @@ class tst_HostCommands : public QObject
 private Q_SLOTS:
     void init();
     void helpOfEverySubcommand();
+    void version();
     void withoutDisplayOrSubcommand();
     void initRefusesExistingDatabases();
     void initCreatesOnlyWhatIsMissing();
@@ -150,6 +151,14 @@ void tst_HostCommands::helpOfEverySubcommand()
     QVERIFY(overview.out.contains(QStringLiteral("Escrituras atómicas: activadas.")));
     const Result unknownOption = host({QStringLiteral("number"), QStringLiteral("--bogus")});
     QCOMPARE(unknownOption.exitCode, 1);
+}
+
+void tst_HostCommands::version()
+{
+    const Result version = host({QStringLiteral("--version")}, false);
+    QCOMPARE(version.exitCode, 0);
+    QCOMPARE(version.out.trimmed(), QStringLiteral("oquivran-host " OQUIVRAN_VERSION));
+    QVERIFY(host({QStringLiteral("--help")}, false).out.contains(QStringLiteral("--version")));
 }
 
 void tst_HostCommands::withoutDisplayOrSubcommand()

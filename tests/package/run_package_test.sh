@@ -1,9 +1,12 @@
 #!/bin/bash
 # Usage: run_package_test.sh BUILD_DIR EXAMPLE_SOURCE WORK_DIR GENERATOR
-# Builds oquivran_<version>_amd64.deb with cpack, checks its contents and dependencies, installs
-# it (apt-get install as root, unless OQUIVRAN_PACKAGE_INSTALL=extract; otherwise dpkg -x into
-# a folder), runs the installed host's init and discharge --all and builds and runs the host
-# example against the installed package. Installing again over an installed package works.
+# Builds oquivran_<version>_amd64.deb with cpack, checks its contents and dependencies (every
+# library an installed program or library links comes from a package in Depends, and so do the
+# Qt plugins the host loads), that its programs carry no debug information, installs it
+# (apt-get install as root, unless OQUIVRAN_PACKAGE_INSTALL=extract; otherwise dpkg -x into a
+# folder), runs the installed host's --version, init and discharge --all and builds and runs
+# the host example against the installed package. Installing again over an installed package
+# works.
 set -euo pipefail
 build=$1
 example=$2
@@ -20,17 +23,89 @@ debs=("$work"/deb/oquivran_*_amd64.deb)
 deb=${debs[0]}
 echo "package: $(basename "$deb")"
 
-# What it holds and what it needs.
+# What it holds and what it needs. The library and the package files are in Debian's multiarch
+# folder.
+version=$(dpkg-deb -f "$deb" Version)
+multiarch=$(dpkg-architecture -qDEB_HOST_MULTIARCH)
+libdir=/usr/lib/$multiarch
 contents=$(dpkg-deb -c "$deb")
-for path in ./usr/bin/oquivran-host ./usr/lib/liboquivran.so.0 ./usr/include/oquivran/oquivran.h \
-    ./usr/lib/cmake/oquivran/oquivranConfig.cmake ./usr/share/oquivran/discharge.sql \
-    ./usr/share/oquivran/host.sql ./usr/share/oquivran/forms/adj1.kbx; do
+for path in ./usr/bin/oquivran-host ".$libdir/liboquivran.so.0" ./usr/include/oquivran/oquivran.h \
+    ".$libdir/cmake/oquivran/oquivranConfig.cmake" ./usr/share/oquivran/discharge.sql \
+    ./usr/share/oquivran/host.sql ./usr/share/oquivran/forms/adj1.kbx \
+    ./usr/share/doc/oquivran/copyright ./usr/share/doc/oquivran/changelog.Debian.gz; do
     grep -q " $path" <<<"$contents" || fail "the package lacks $path"
 done
 depends=$(dpkg-deb -f "$deb" Depends)
-for package in libqt6core6 libqt6widgets6 libqt6sql6 libqt6sql6-sqlite libqt6printsupport6 libcups2; do
-    grep -qw "$package" <<<"$depends" || fail "Depends lacks $package: $depends"
+echo "Depends: $depends"
+for package in libqt6core6 libqt6widgets6 libqt6sql6 libqt6sql6-sqlite libqt6sql6-psql \
+    libqt6printsupport6 libcups2 libpq5 libc6 libgcc-s1 libstdc++6; do
+    grep -qw -- "$package" <<<"$depends" || fail "Depends lacks $package: $depends"
 done
+# The names in Depends, one a line, without versions or alternatives' bars.
+depends_names=$(tr ',|' '\n\n' <<<"$depends" | sed 's/(.*//; s/[[:space:]]//g; s/:.*//' |
+    grep -v '^$')
+in_depends() { grep -qxF -- "$1" <<<"$depends_names"; }
+# The packages that hold a file of the system: dpkg -S under the path given, else under its other
+# name through Debian's merged /usr (/lib is /usr/lib), else under the path it leads to.
+owners() {
+    local path=$1 alias
+    case $path in /usr/*) alias=${path#/usr} ;; *) alias=/usr$path ;; esac
+    for candidate in "$path" "$alias" "$(readlink -f "$path")"; do
+        dpkg -S "$candidate" 2>/dev/null | sed 's/: .*//' | tr ',' '\n' | sed 's/:.*//; s/ //g' &&
+            return 0
+    done
+    return 1
+}
+# Fails unless a package that holds the file PATH is in Depends; WHAT says who needs the file.
+require_in_depends() {
+    local path=$1 what=$2 packages package
+    packages=$(owners "$path") || fail "no package holds $path ($what)"
+    for package in $packages; do
+        in_depends "$package" && return 0
+    done
+    fail "$what comes from $packages, not in Depends: $depends"
+}
+
+# Every ELF file installed (the library, the host): stripped, and each library it links either
+# in the package itself or in a package Depends names.
+contents_dir=$work/contents
+ldconfig=$(command -v ldconfig || echo /sbin/ldconfig)
+dpkg -x "$deb" "$contents_dir"
+elf_files=()
+while IFS= read -r -d '' file; do
+    readelf -h "$file" >/dev/null 2>&1 && elf_files+=("$file")
+done < <(find "$contents_dir" -type f -print0)
+[ "${#elf_files[@]}" -ge 2 ] ||
+    fail "fewer ELF files than the library and the host: ${elf_files[*]}"
+for file in "${elf_files[@]}"; do
+    name=${file#"$contents_dir"}
+    if readelf -S --wide "$file" | grep -q '\.debug_info'; then
+        fail "$name carries debug information"
+    fi
+    for soname in $(readelf -d "$file" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p'); do
+        if [ -e "$contents_dir$libdir/$soname" ]; then
+            continue
+        fi
+        path=$("$ldconfig" -p |
+            awk -v soname="$soname" '$1 == soname && /x86-64/ { print $NF; exit }')
+        [ -n "$path" ] || fail "$name links $soname, which this system does not have"
+        require_in_depends "$path" "$soname, linked by $name,"
+    done
+    echo "$name: stripped, every linked library's package in Depends"
+done
+# What Qt loads as plugins, which no file links: the SQL drivers and the platform plugin a
+# headless host runs on.
+plugins=/usr/lib/$multiarch/qt6/plugins
+for plugin in sqldrivers/libqsqlite.so sqldrivers/libqsqlpsql.so platforms/libqoffscreen.so; do
+    require_in_depends "$plugins/$plugin" "the plugin $plugin"
+done
+# The Debian documentation files: copyright in the machine-readable format, the changelog of
+# this version.
+head -n 1 "$contents_dir/usr/share/doc/oquivran/copyright" |
+    grep -q '^Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/' ||
+    fail "copyright is not in the machine-readable format"
+zcat "$contents_dir/usr/share/doc/oquivran/changelog.Debian.gz" | head -n 1 |
+    grep -qF "oquivran ($version) " || fail "changelog.Debian.gz does not begin with $version"
 
 if [ "$(id -u)" = 0 ] && command -v apt-get >/dev/null &&
     [ "${OQUIVRAN_PACKAGE_INSTALL:-apt}" != extract ]; then
@@ -59,6 +134,8 @@ host=$prefix/bin/oquivran-host
 export XDG_DATA_HOME=$work/data
 unset LD_LIBRARY_PATH
 "$host" --help >/dev/null || fail "oquivran-host --help"
+[ "$("$host" --version)" = "oquivran-host $version" ] ||
+    fail "oquivran-host --version printed \"$("$host" --version)\", not oquivran-host $version"
 "$host" init || fail "oquivran-host init"
 set +e
 "$host" discharge --all >"$work/discharge.txt"
@@ -75,7 +152,7 @@ cmake -S "$example" -B "$work/example" -G "$generator" -DCMAKE_PREFIX_PATH="$pre
     { cat "$work/example.log"; fail "configuring the host example"; }
 cmake --build "$work/example" >>"$work/example.log" 2>&1 ||
     { cat "$work/example.log"; fail "building the host example"; }
-grep -q "$prefix/lib/cmake/oquivran" "$work/example/CMakeCache.txt" ||
+grep -q "$prefix/lib/$multiarch/cmake/oquivran" "$work/example/CMakeCache.txt" ||
     fail "the host example did not find the installed package"
 "$work/example/myhost" "$prefix/share/oquivran" "$work/example.sqlite" ||
     fail "the host example"
