@@ -35,6 +35,7 @@ private Q_SLOTS:
     void unknownOperationSubItemAndItem();
     void dischargeOneSubItem();
     void dischargeRefusedWithoutCtc();
+    void dischargeWhileTheDatabaseStaysBusy();
     void dischargeAllNumberAndInputs();
     void printReports();
     void printRefusals();
@@ -149,6 +150,8 @@ void tst_HostCommands::helpOfEverySubcommand()
     QCOMPARE(overview.exitCode, 0);
     QVERIFY(overview.out.contains(QStringLiteral("check-stock")));
     QVERIFY(overview.out.contains(QStringLiteral("Escrituras atómicas: activadas.")));
+    QVERIFY(
+        overview.out.contains(QStringLiteral("  8  una descarga o eliminación no se escribió")));
     const Result unknownOption = host({QStringLiteral("number"), QStringLiteral("--bogus")});
     QCOMPARE(unknownOption.exitCode, 1);
 }
@@ -301,6 +304,38 @@ void tst_HostCommands::dischargeRefusedWithoutCtc()
     QVERIFY2(refused.err.contains(QStringLiteral("verifique el numero de CTC")),
              qPrintable(refused.err));
     QCOMPARE(scalar("select count(*) from DIP where EXTINT = 'OP-2025-0042'").toInt(), 0);
+}
+
+// Another operator holds the database's writer lock longer than the host waits: the discharge
+// is not written, and the exit code tells the database from a refusal by the rules.
+void tst_HostCommands::dischargeWhileTheDatabaseStaysBusy()
+{
+    const QString lines = QStringLiteral("select count(*) from DIP");
+    const int before = scalar(lines).toInt();
+    {
+        QSqlDatabase db =
+            QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("other"));
+        db.setDatabaseName(m_discharge);
+        QVERIFY(db.open());
+        QSqlQuery lock(db);
+        QVERIFY(lock.exec(QStringLiteral("begin immediate")));
+        const Result busy =
+            host({QStringLiteral("discharge"), QStringLiteral("--subitem"), QStringLiteral("1")});
+        QCOMPARE(busy.exitCode, 8);
+        QVERIFY(busy.out.contains(QStringLiteral("RECHAZADO")));
+        QVERIFY2(busy.err.contains(QStringLiteral("database is locked")), qPrintable(busy.err));
+        QVERIFY2(busy.err.contains(QStringLiteral("la base de datos no dejó escribir")),
+                 qPrintable(busy.err));
+        QVERIFY(lock.exec(QStringLiteral("rollback")));
+        lock.finish();
+        db.close();
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("other"));
+    QCOMPARE(scalar(lines).toInt(), before);
+    const Result done =
+        host({QStringLiteral("discharge"), QStringLiteral("--subitem"), QStringLiteral("1")});
+    QCOMPARE(done.exitCode, 0);
+    QVERIFY(scalar(lines).toInt() > before);
 }
 
 void tst_HostCommands::dischargeAllNumberAndInputs()
