@@ -20,12 +20,15 @@
 #include <oquivran/clQUIVRAN.h>
 
 #include <QCoreApplication>
+#include <QDir>
 #include <QElapsedTimer>
+#include <QFile>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QStringList>
 #include <QTemporaryDir>
+#include <QThread>
 
 #include <benchmark/benchmark.h>
 
@@ -35,6 +38,9 @@
 #include <functional>
 #include <map>
 #include <memory>
+
+#include <sys/resource.h>
+#include <unistd.h>
 
 using namespace oquivran;
 
@@ -402,23 +408,63 @@ void BM_Obtener_Insumos_floor(benchmark::State& state)
     state.counters["rows"] = rows;
 }
 
-// Worker processes discharging at once from one stock, atomic writes on (stress_worker): each
-// discharges 50 one-unit sub-items from a stock that covers about half of them. The stock is
-// one SQLite file, or (onServer, PG_Throughput) a schema of its own on the PostgreSQL server
-// named by $OQUIVRAN_BENCH_POSTGRESQL, where each unit is a SERIALIZABLE transaction as
-// PgDataObject runs it. The time is the wall time from starting the processes to the last one
-// ending (process start-up included); the counters are the accepted discharges per second,
-// the share refused and the 95th percentile of the time a unit waited to start (SQLite's
-// writer lock; on PostgreSQL the BEGIN), over the attempts that opened one.
-void BM_Throughput(benchmark::State& state, bool onServer)
+// CPU time in seconds: of this process's children that ended (the workers), and of the
+// PostgreSQL server's processes on this machine, the ended backends included (their time is
+// the postmaster's children's).
+double childrenCpuSeconds()
+{
+    rusage usage{};
+    getrusage(RUSAGE_CHILDREN, &usage);
+    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+double serverCpuSeconds()
+{
+    double ticks = 0;
+    const QStringList processes = QDir(QStringLiteral("/proc")).entryList(QDir::Dirs);
+    for (const QString& pid : processes) {
+        QFile stat(u"/proc/" + pid + u"/stat");
+        if (!stat.open(QIODevice::ReadOnly))
+            continue;
+        const QByteArray line = stat.readAll();
+        const qsizetype close = line.lastIndexOf(')');
+        if (close < 0 || !line.left(close).endsWith("(postgres"))
+            continue;
+        // Fields after the name, from the state (field 3): utime 14, stime 15, cutime 16,
+        // cstime 17.
+        const QList<QByteArray> fields = line.mid(close + 2).split(' ');
+        if (fields.size() > 14)
+            for (int field = 11; field <= 14; ++field)
+                ticks += fields.at(field).toDouble();
+    }
+    return ticks / double(sysconf(_SC_CLK_TCK));
+}
+
+// Worker processes discharging at once, atomic writes on (stress_worker): each discharges 50
+// one-unit sub-items from a stock that covers about half of them. The stock is one SQLite
+// file, or (onServer, PG_*) a schema of its own on the PostgreSQL server named by
+// $OQUIVRAN_BENCH_POSTGRESQL. Shared: the operators draw on the same inputs (Throughput);
+// else each has inputs of its own (Throughput_disjoint). The time is the wall time from
+// starting the processes to the last one ending (process start-up included); the counters
+// are the accepted discharges per second, the share refused, the 95th percentile and the
+// maximum of the time from F11 to the result (the whole discharge as the operator waits for
+// it), the 95th percentile of the time a unit waited for other operators' units, and the CPU
+// seconds of the workers and of the server per second of wall time.
+void BM_Throughput(benchmark::State& state, bool onServer, bool shared)
 {
     const int processes = int(state.range(0));
     const int perProcess = 50;
     int accepted = 0;
     int attempts = 0;
     QList<qint64> waits;
+    QList<qint64> times;
+    double clientCpu = 0;
+    double serverCpu = 0;
+    double wall = 0;
     const QString settings = qEnvironmentVariable("OQUIVRAN_BENCH_POSTGRESQL");
-    const QString schema = QStringLiteral("throughput_%1").arg(processes);
+    const QString schema =
+        QStringLiteral("throughput_%1%2").arg(processes).arg(shared ? "" : "_disjoint");
     const QString connection = QStringLiteral("throughput");
     // Schema statements, which the server does not prepare.
     const auto administer = [](const QSqlDatabase& db, const QString& sql) {
@@ -449,36 +495,50 @@ void BM_Throughput(benchmark::State& state, bool onServer)
                 administer(db, u"create schema " + schema);
                 administer(db, u"set search_path to " + schema);
             }
-            // A sub-item needs on average 1 unit of I1, 1 of I2, 2/3 of I3 and 2/3 of I4 (one
-            // unit of P1, P2 or P3 at random): the stock holds half of that.
-            const double share = processes * perProcess / 4.0;
-            stress::seed(db, {{QStringLiteral("I1"), share * 2},
-                              {QStringLiteral("I2"), share * 2},
-                              {QStringLiteral("I3"), share * 4 / 3},
-                              {QStringLiteral("I4"), share * 4 / 3}});
+            if (shared) {
+                // A sub-item needs on average 1 unit of I1, 1 of I2, 2/3 of I3 and 2/3 of I4
+                // (one unit of P1, P2 or P3 at random): the stock holds half of that.
+                const double share = processes * perProcess / 4.0;
+                stress::seed(db, {{QStringLiteral("I1"), share * 2},
+                                  {QStringLiteral("I2"), share * 2},
+                                  {QStringLiteral("I3"), share * 4 / 3},
+                                  {QStringLiteral("I4"), share * 4 / 3}});
+            } else {
+                stress::seedDisjoint(db, processes, perProcess / 2.0);
+            }
             db.close();
         }
         QSqlDatabase::removeDatabase(connection);
+        const double clientBefore = childrenCpuSeconds();
+        const double serverBefore = onServer ? serverCpuSeconds() : 0;
         QElapsedTimer timer;
         timer.start();
         QList<QProcess*> running;
         for (int p = 1; p <= processes; ++p)
             running << stress::startWorker(QStringLiteral(OQUIVRAN_STRESS_WORKER), location,
-                                           QStringLiteral("T%1").arg(p), perProcess, p, true, 0);
+                                           QStringLiteral("T%1").arg(p), perProcess, p, true, 0,
+                                           shared ? QString() : QStringLiteral("Q%1").arg(p));
         for (QProcess* process : running) {
             process->waitForFinished(300000);
             for (const stress::Attempt& attempt :
                  stress::attempts(process->readAllStandardOutput())) {
                 ++attempts;
                 accepted += attempt.accepted ? 1 : 0;
+                times.append(attempt.microseconds);
                 // Attempts refused before writing (the proposal fell short) open no unit.
                 if (attempt.lockWaitMicroseconds > 0)
                     waits.append(attempt.lockWaitMicroseconds);
             }
             delete process;
         }
-        state.SetIterationTime(double(timer.nsecsElapsed()) / 1e9);
+        const double seconds = double(timer.nsecsElapsed()) / 1e9;
+        state.SetIterationTime(seconds);
+        wall += seconds;
+        clientCpu += childrenCpuSeconds() - clientBefore;
         if (onServer) {
+            // The backends have ended by now: their time is counted.
+            QThread::msleep(100);
+            serverCpu += serverCpuSeconds() - serverBefore;
             QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), connection);
             PgTestDatabase::configure(db, settings.simplified().split(u' '));
             if (db.open()) {
@@ -489,12 +549,22 @@ void BM_Throughput(benchmark::State& state, bool onServer)
         }
         QSqlDatabase::removeDatabase(connection);
     }
-    std::sort(waits.begin(), waits.end());
-    const qint64 p95 = waits.isEmpty() ? 0 : waits.at(qsizetype(waits.size() * 0.95));
+    const auto percentile = [](QList<qint64> values, double share) {
+        std::sort(values.begin(), values.end());
+        return values.isEmpty()
+                   ? 0.0
+                   : double(values.at(qMin(values.size() - 1, qsizetype(values.size() * share)))) /
+                         1000;
+    };
     state.counters["accepted_per_s"] =
         benchmark::Counter(double(accepted), benchmark::Counter::kIsRate);
     state.counters["refused_share"] = attempts ? double(attempts - accepted) / attempts : 0;
-    state.counters["lock_wait_p95_ms"] = double(p95) / 1000;
+    state.counters["f11_p95_ms"] = percentile(times, 0.95);
+    state.counters["f11_max_ms"] = percentile(times, 1.0);
+    state.counters["lock_wait_p95_ms"] = percentile(waits, 0.95);
+    state.counters["client_cpu"] = wall > 0 ? clientCpu / wall : 0;
+    if (onServer)
+        state.counters["server_cpu"] = wall > 0 ? serverCpu / wall : 0;
 }
 
 QList<int> sizes()
@@ -571,17 +641,21 @@ void registerAll()
             }
         }
     }
-    // The same operators on SQLite and, when a server is named, on PostgreSQL (PG_Throughput).
+    // The same operators on SQLite and, when a server is named, on PostgreSQL (PG_*), on one
+    // shared stock and on inputs of their own.
     for (const bool onServer : {false, true}) {
         if (onServer && qEnvironmentVariableIsEmpty("OQUIVRAN_BENCH_POSTGRESQL"))
             continue;
-        for (const int processes : {1, 2, 4, 8, 16})
-            benchmark::RegisterBenchmark(onServer ? "PG_Throughput" : "Throughput", BM_Throughput,
-                                         onServer)
-                ->Arg(processes)
-                ->UseManualTime()
-                ->Iterations(1)
-                ->Unit(benchmark::kMillisecond);
+        for (const bool shared : {true, false}) {
+            const std::string name =
+                std::string(onServer ? "PG_" : "") + "Throughput" + (shared ? "" : "_disjoint");
+            for (const int processes : {1, 2, 4, 8, 16})
+                benchmark::RegisterBenchmark(name.c_str(), BM_Throughput, onServer, shared)
+                    ->Arg(processes)
+                    ->UseManualTime()
+                    ->Iterations(1)
+                    ->Unit(benchmark::kMillisecond);
+        }
     }
     // The sizes of one case run one after the other, so its growth compares figures taken
     // minutes apart at most.

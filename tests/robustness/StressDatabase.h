@@ -74,6 +74,35 @@ inline void seed(const QSqlDatabase& db, const QMap<QString, double>& perInput)
     }
 }
 
+// A stock where no two operators share an input: operator k discharges product Qk, one unit
+// of input Jk per unit, from perOperator units of Jk split over the declarations D1 to D3.
+inline void seedDisjoint(const QSqlDatabase& db, int operators, double perOperator)
+{
+    oquivran::Schema::create(db, oquivran::Schema::Database::Discharge);
+    for (int d = 1; d <= 3; ++d)
+        run(db,
+            "insert into INTINS (INTDCL, INTFOF, INTIOK, INTVEN, INTADU, INTCTC) "
+            "values (?, ?, 1, '2030-12-31', '001', '')",
+            {QStringLiteral("D%1").arg(d), QStringLiteral("2026-0%1-01").arg(d)});
+    for (int k = 1; k <= operators; ++k) {
+        const QString input = QStringLiteral("J%1").arg(k);
+        for (int d = 1; d <= 3; ++d) {
+            const double quantity = d < 3 ? double(qRound(perOperator / 3))
+                                          : perOperator - 2 * double(qRound(perOperator / 3));
+            run(db,
+                "insert into INS (INTDCL, ARTNRO, ARTITM, ARTSBT, ARTCAT, ARTDSC, ARTPRE, ARTNCM, "
+                "ARTCTC, INSEXP) values (?, ?, 1, 1, ?, ?, 1.5, '1234.56.78', 'CTC1', '')",
+                {QStringLiteral("D%1").arg(d), input, quantity, quantity});
+        }
+        run(db, "insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('C', ?, 1)",
+            {QStringLiteral("Q%1").arg(k)});
+        run(db,
+            "insert into RIP (CATNRO, PRDNRO, ARTNRO, RPADES, RIPCAN, RIPMER, RIPPER, TRPMER, "
+            "TRPPER, DIPOBL) values ('C', ?, ?, 'Insumo', 1, 0, 0, 0, 0, 0)",
+            {QStringLiteral("Q%1").arg(k), input});
+    }
+}
+
 // What the tables show, read in one snapshot.
 struct Consistency
 {
@@ -181,8 +210,10 @@ struct Attempt
 {
     QString kind;    // "discharge" or "remove"
     QString subItem; // "operation/sub-item"
+    QString product;
     bool accepted = false;
-    qint64 lockWaitMicroseconds = 0;
+    qint64 lockWaitMicroseconds = 0; // waiting for other operators' units to start
+    qint64 microseconds = 0;         // the whole attempt, as the operator waits for it
 };
 
 // The lines a worker printed so far; a last line cut by a kill is left out.
@@ -192,11 +223,12 @@ inline QList<Attempt> attempts(const QByteArray& output)
     const QList<QByteArray> lines = output.split('\n');
     for (const QByteArray& line : lines) {
         const QList<QByteArray> fields = line.split(' ');
-        if (fields.size() != 6 || (fields.at(0) != "discharge" && fields.at(0) != "remove"))
+        if (fields.size() != 7 || (fields.at(0) != "discharge" && fields.at(0) != "remove"))
             continue;
         result.append({QString::fromUtf8(fields.at(0)),
                        QString::fromUtf8(fields.at(1) + '/' + fields.at(2)),
-                       fields.at(4) == "accepted", fields.at(5).toLongLong()});
+                       QString::fromUtf8(fields.at(3)), fields.at(4) == "accepted",
+                       fields.at(5).toLongLong(), fields.at(6).toLongLong()});
     }
     return result;
 }

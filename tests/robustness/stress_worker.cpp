@@ -3,8 +3,10 @@
 // as a host would, and
 // now and then removes one it discharged. It prints one line per attempt, flushed at once,
 // so that a process killed at any moment has reported everything it finished:
-//   discharge <operation> <sub-item> <product> accepted|refused <lock wait in microseconds>
-//   remove <operation> <sub-item> <product> accepted|refused <lock wait in microseconds>
+//   discharge <operation> <sub-item> <product> accepted|refused <lock wait> <whole attempt>
+//   remove <operation> <sub-item> <product> accepted|refused <lock wait> <whole attempt>
+// both times in microseconds: the lock wait is how long its units waited for other operators'
+// units to start (the stock's lock on the server, SQLite's writer lock).
 // Arguments: database file, operation number, sub-items to discharge, seed, atomic writes
 // (1 or 0), share of removals in percent, and optionally the products to choose from,
 // separated by commas (default "P1,P2,P3", of catalog "C", one unit each). A database given as
@@ -32,24 +34,35 @@
 
 namespace {
 
-// The data object, timing how long each unit waits to start (SQLite's writer lock).
+// The data object, timing how long each unit waits to start: for the stock's lock and for
+// the transaction to begin (SQLite's writer lock).
 template <typename Base> class TimedDataObject : public Base
 {
 public:
     using Base::Base;
     void transaction() override
     {
-        QElapsedTimer timer;
-        timer.start();
-        try {
-            Base::transaction();
-        } catch (...) {
-            lockWait += timer.nsecsElapsed() / 1000;
-            throw;
-        }
-        lockWait += timer.nsecsElapsed() / 1000;
+        timed([&] { Base::transaction(); });
+    }
+    void lockStock(const QStringList& inputCodes, int milliseconds) override
+    {
+        timed([&] { Base::lockStock(inputCodes, milliseconds); });
     }
     qint64 lockWait = 0;
+
+private:
+    template <typename Call> void timed(const Call& call)
+    {
+        QElapsedTimer timer;
+        timer.start();
+        struct Add
+        {
+            qint64& total;
+            QElapsedTimer& timer;
+            ~Add() { total += timer.nsecsElapsed() / 1000; }
+        } add{lockWait, timer};
+        call();
+    }
 };
 
 // A QPSQL connection from "key=value" settings; search_path names the schema of the tables.
@@ -131,9 +144,11 @@ int main(int argc, char** argv)
     component.CATNRO(QStringLiteral("C"));
     component.PRDCAN(1);
 
+    QElapsedTimer attempt;
     const auto report = [&](const char* what, int subItem, const QString& product, bool ok) {
-        std::printf("%s %s %d %s %s %lld\n", what, qPrintable(operation), subItem,
-                    qPrintable(product), ok ? "accepted" : "refused", qint64(*lockWait));
+        std::printf("%s %s %d %s %s %lld %lld\n", what, qPrintable(operation), subItem,
+                    qPrintable(product), ok ? "accepted" : "refused", qint64(*lockWait),
+                    qint64(attempt.nsecsElapsed() / 1000));
         std::fflush(stdout);
         *lockWait = 0;
         if (!ok && pause > 0)
@@ -144,6 +159,7 @@ int main(int argc, char** argv)
         const QString product = products.at(random.bounded(products.size()));
         component.SUBITEM(subItem);
         component.PRDNRO(product);
+        attempt.start();
         const bool accepted = oquivran::dischargeAsProposed(false);
         report("discharge", subItem, product, accepted);
         if (accepted)
@@ -152,6 +168,7 @@ int main(int argc, char** argv)
             const Discharged removed = discharged.takeAt(random.bounded(discharged.size()));
             component.SUBITEM(removed.subItem);
             component.PRDNRO(removed.product);
+            attempt.start();
             report("remove", removed.subItem, removed.product, component.EliminarInsumo());
         }
     }

@@ -123,10 +123,9 @@ private:
             const QByteArray output = process->readAllStandardOutput();
             const QList<stress::Attempt> printed = stress::attempts(output);
             result.messages += stress::messages(process->readAllStandardError());
-            for (const QByteArray& line : output.split('\n')) {
-                const QList<QByteArray> fields = line.split(' ');
-                if (fields.size() == 6 && fields.at(0) == "discharge" && fields.at(4) == "refused")
-                    result.refusedProducts << QString::fromUtf8(fields.at(3));
+            for (const stress::Attempt& attempt : printed) {
+                if (attempt.kind == u"discharge" && !attempt.accepted)
+                    result.refusedProducts << attempt.product;
             }
             int attempts = 0;
             for (const stress::Attempt& attempt : printed) {
