@@ -14,10 +14,10 @@
 
 #include <QElapsedTimer>
 #include <QSemaphore>
+#include <QThread>
 #include <QtTest>
 
 #include <atomic>
-#include <thread>
 
 using namespace oquivran;
 
@@ -103,10 +103,11 @@ class OtherOperator
 {
 public:
     OtherOperator(const DischargeFixture& f, const QStringList& statements, int hold)
-        : m_thread([this, name = f.discharge().connectionName(), statements, hold] {
+        : m_thread(QThread::create([this, name = f.discharge().connectionName(), statements, hold] {
               run(name, statements, hold);
-          })
+          }))
     {
+        m_thread->start();
     }
     ~OtherOperator()
     {
@@ -120,11 +121,7 @@ public:
         return m_error.isEmpty();
     }
     void release() { m_release.release(); }
-    void join()
-    {
-        if (m_thread.joinable())
-            m_thread.join();
-    }
+    void join() { m_thread->wait(); }
     bool committed() const { return m_committed; }
     QString error() const { return m_error; }
 
@@ -165,7 +162,8 @@ private:
     QSemaphore m_release;
     std::atomic<bool> m_committed = false;
     QString m_error;
-    std::thread m_thread;
+    // A thread of Qt's, so that its connection is Qt's thread's own.
+    std::unique_ptr<QThread> m_thread;
 };
 
 // Sets how long units wait on the fixture's own data object.
