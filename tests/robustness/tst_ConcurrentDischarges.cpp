@@ -345,12 +345,13 @@ private Q_SLOTS:
                             QString::number(w), QStringLiteral("1"), QStringLiteral("0")});
             workers.push_back(std::move(process));
         }
-        // Restart early in the run, once a few workers have discharged something.
-        for (int wait = 0; wait < 100; ++wait) {
+        // Restart early in the run, once every worker has connected and discharged something
+        // (a worker still starting, as under Wine, would find no server to open).
+        for (int wait = 0; wait < 3000; ++wait) {
             QThread::msleep(20);
             QSqlQuery query(db.database());
             if (query.exec(QStringLiteral("select count(distinct EXTINT) from DIP")) &&
-                query.next() && query.value(0).toInt() >= 3)
+                query.next() && query.value(0).toInt() >= 8)
                 break;
         }
         const QString state = QFileInfo(qEnvironmentVariable("OQUIVRAN_TEST_POSTGRESQL")).path();
