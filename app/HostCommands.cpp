@@ -459,7 +459,7 @@ int HostCommands::init()
 
 int HostCommands::refusal() const
 {
-    const oquivran::RuntimeError* error = oquivran::lastReportedError();
+    const oquivran::RuntimeError* error = oquivran::reportedError();
     if (!error)
         return Refused;
     const QString& code = error->nativeErrorCode;

@@ -46,12 +46,13 @@ void setAtomicWrites(bool on);
 // Whether atomic writes are on.
 bool atomicWrites();
 
-// The last run-time error the component reported to the operator through its error message,
-// since the host last called clearReportedError() (or resetModuleState()); null when none.
-// Its nativeErrorCode lets a host tell a refusal by the discharge rules (no code) from a
-// database that failed: DataObject::isConflict() for a conflict that outlasted the wait, a
-// PostgreSQL SQLSTATE of class 08 for a connection that broke or could not be opened.
-const RuntimeError* lastReportedError();
+// The first run-time error the component reported to the operator through its error message
+// since the host last called clearReportedError() (or resetModuleState()): the cause of what
+// the routine then reported; null when none. Its nativeErrorCode lets a host tell a refusal by
+// the discharge rules (no code) from a database that failed: DataObject::isConflict() for a
+// conflict that outlasted the wait, a PostgreSQL SQLSTATE of class 08 for a connection that
+// broke or could not be opened.
+const RuntimeError* reportedError();
 void clearReportedError();
 
 // The component's per-user settings: application "oQUIVRAN", section "CONFIG" (key "opVDE")

@@ -72,8 +72,8 @@ struct ModuleState
     QList<ReportLine> reportLines;
     ReportTotals reportTotals;
 
-    // The last run-time error reported to the operator, and whether there was one since the
-    // host cleared it (lastReportedError()).
+    // The first run-time error reported to the operator since the host cleared it, and
+    // whether there was one (reportedError()).
     RuntimeError reportedError{0, QString()};
     bool errorReported = false;
 

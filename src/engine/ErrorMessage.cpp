@@ -25,11 +25,15 @@ void ErrorMessage::show(const RuntimeError& error, const QString& label)
 void ErrorMessage::record(const RuntimeError& error)
 {
     ModuleState& state = moduleState();
+    // The first is the cause: the errors a routine reports after it (the save's "Ocurrio un
+    // error al calcular disponibilidad" after the refresh's own) follow from it.
+    if (state.errorReported)
+        return;
     state.reportedError = error;
     state.errorReported = true;
 }
 
-const RuntimeError* lastReportedError()
+const RuntimeError* reportedError()
 {
     const ModuleState& state = moduleState();
     return state.errorReported ? &state.reportedError : nullptr;

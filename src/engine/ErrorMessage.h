@@ -16,9 +16,10 @@ public:
     // routine's location label.
     static QString text(const RuntimeError& error, const QString& label);
     // Shows text() with the critical icon, an OK button and the default title, and keeps the
-    // error for lastReportedError().
+    // error for reportedError() when it is the first since the host cleared it.
     static void show(const RuntimeError& error, const QString& label);
-    // Keeps error as the last one reported (every way of showing one calls this).
+    // Keeps error as the one reported, unless one was reported before since the host cleared
+    // it (every way of showing one calls this).
     static void record(const RuntimeError& error);
 
     // Runs a routine under its handler: returns what body returns, or false after showing the

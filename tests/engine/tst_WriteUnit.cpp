@@ -429,9 +429,24 @@ private Q_SLOTS:
     }
 
     // A conflict on every attempt: after the wait the operator sees it, with the database's
-    // words, once; nothing is written and the totals are as they were.
+    // words, through the routine that met it (and what the save reports after it); nothing is
+    // written, the totals are as they were, and the reported error is the conflict, with its
+    // code.
+    void conflictOutlastingTheWaitIsReported_data()
+    {
+        QTest::addColumn<QString>("statement");
+        QTest::addColumn<QStringList>("labels");
+        QTest::newRow("at the write")
+            << QStringLiteral("insert into DIP") << QStringList{insertLabel};
+        QTest::newRow("at the refresh")
+            << QStringLiteral("update INS")
+            << QStringList{QStringLiteral(" - Seccion [oTORVANE.modManejoInsumos.RefrescarINS]"),
+                           saveLabel};
+    }
     void conflictOutlastingTheWaitIsReported()
     {
+        QFETCH(QString, statement);
+        QFETCH(QStringList, labels);
         DischargeFixture f;
         MessageRecorder messages;
         seed(f);
@@ -439,21 +454,26 @@ private Q_SLOTS:
         setLockWait(f, 300);
         FaultyDataObject faulty(f.dischargeData.get());
         faulty.beforeEach = [&](const QString& sql) {
-            if (sql.startsWith(u"insert into DIP"))
+            if (sql.startsWith(statement))
                 throw conflict();
         };
         moduleState().dataObject = &faulty;
         proposeOneLine(f);
         moduleState().CantidadDescontada = 99;
+        clearReportedError();
         QElapsedTimer clock;
         clock.start();
         QCOMPARE(DischargeSave::run(), DischargeSave::Outcome::Failed);
         QVERIFY(clock.elapsed() >= 300);
         QVERIFY(insertsOf(faulty) >= 2);
-        QCOMPARE(messages.messages.size(), 1);
-        QCOMPARE(messages.lastPrompt(),
+        QCOMPARE(messages.messages.size(), labels.size());
+        QCOMPARE(messages.messages.first().prompt,
                  QStringLiteral("could not serialize access due to concurrent update\r\n\r\n") +
-                     QString::number(DatabaseError) + insertLabel);
+                     QString::number(DatabaseError) + labels.first());
+        QVERIFY(messages.lastPrompt().endsWith(labels.last()));
+        QVERIFY(reportedError());
+        QCOMPARE(reportedError()->nativeErrorCode, conflict().nativeErrorCode);
+        QVERIFY(f.dischargeData->isConflict(*reportedError()));
         QCOMPARE(f.dischargeRowCount(), 0);
         QCOMPARE(f.available("D1", "ART1", 1, 1), 10.0);
         QVERIFY(!moduleState().dischargeResult);
