@@ -12,6 +12,8 @@
 #include <QList>
 #include <QString>
 
+#include <optional>
+
 namespace oquivran {
 
 class DataObject;
@@ -72,10 +74,9 @@ struct ModuleState
     QList<ReportLine> reportLines;
     ReportTotals reportTotals;
 
-    // The first run-time error reported to the operator since the host cleared it, and
-    // whether there was one (reportedError()).
-    RuntimeError reportedError{0, QString()};
-    bool errorReported = false;
+    // The first run-time error reported to the operator since the host cleared it
+    // (reportedError()).
+    std::optional<RuntimeError> reportedError;
 
     // Takes the mode flag and the two quantity formats.
     void applyFormats(const ValueFormatSet& formats);

@@ -27,21 +27,19 @@ void ErrorMessage::record(const RuntimeError& error)
     ModuleState& state = moduleState();
     // The first is the cause: the errors a routine reports after it (the save's "Ocurrio un
     // error al calcular disponibilidad" after the refresh's own) follow from it.
-    if (state.errorReported)
-        return;
-    state.reportedError = error;
-    state.errorReported = true;
+    if (!state.reportedError)
+        state.reportedError = error;
 }
 
 const RuntimeError* reportedError()
 {
     const ModuleState& state = moduleState();
-    return state.errorReported ? &state.reportedError : nullptr;
+    return state.reportedError ? &*state.reportedError : nullptr;
 }
 
 void clearReportedError()
 {
-    moduleState().errorReported = false;
+    moduleState().reportedError.reset();
 }
 
 RuntimeError ErrorMessage::fromException(std::exception_ptr exception)
