@@ -6,11 +6,10 @@
 
 #include <memory>
 
-struct sqlite3;
-
 namespace oquivran {
 
-class StatementCache;
+class SqliteDriver;
+class StatementPipeline;
 
 // A DataObject over an SQLite connection opened with Qt's QSQLITE driver. It makes the
 // component's SQL text run on SQLite as the component writes it:
@@ -56,27 +55,19 @@ public:
 
     // How long transaction() waits for another connection's unit to end, in milliseconds
     // (5000 unless set). Statements outside a unit wait the same.
-    int lockWait() const override { return m_lockWait; }
+    int lockWait() const override;
     void setLockWait(int milliseconds);
     // "database is locked" (SQLITE_BUSY) and "database table is locked" (SQLITE_LOCKED),
     // with their extended codes.
     bool isConflict(const RuntimeError& error) const override;
 
     // The connection this object runs on.
-    QSqlDatabase database() const { return m_database; }
+    QSqlDatabase database() const;
 
 private:
-    sqlite3* connection();
-    // Lets go of the statements kept on a connection that was closed under them.
-    void releaseStatements();
-
-    QSqlDatabase m_database;
-    sqlite3* m_installedOn = nullptr;
-    bool m_visiting = false;
-    int m_lockWait = 5000;
-    // The connection a unit is open on; null outside a unit.
-    sqlite3* m_unit = nullptr;
-    std::unique_ptr<StatementCache> m_statements;
+    // SQLite's part under the statement pipeline every data object shares.
+    std::unique_ptr<SqliteDriver> m_driver;
+    std::unique_ptr<StatementPipeline> m_pipeline;
 };
 
 } // namespace oquivran

@@ -1,6 +1,6 @@
 #include "StatementCache.h"
 
-#include <sqlite3.h>
+#include "PreparedStatement.h"
 
 namespace oquivran {
 
@@ -11,32 +11,43 @@ constexpr qsizetype Capacity = 256;
 
 } // namespace
 
+StatementCache::StatementCache() = default;
+
 StatementCache::~StatementCache()
 {
     clear();
 }
 
-StatementCache::Entry* StatementCache::find(const QString& text)
+PreparedStatement* StatementCache::find(const QString& text) const
 {
-    const auto found = m_entries.find(text);
-    return found == m_entries.end() ? nullptr : &found.value();
+    const auto found = m_entries.constFind(text);
+    return found == m_entries.cend() ? nullptr : found->get();
 }
 
-StatementCache::Entry* StatementCache::insert(sqlite3* connection, const QString& text,
-                                              const Entry& entry)
+PreparedStatement* StatementCache::insert(const StatementDriver::Connection& connection,
+                                          const QString& text,
+                                          std::unique_ptr<PreparedStatement> statement)
 {
-    if (connection != m_connection || m_entries.size() >= Capacity)
+    if (!(connection == m_connection) || m_entries.size() >= Capacity)
         clear();
     m_connection = connection;
-    return &m_entries.insert(text, entry).value();
+    std::shared_ptr<PreparedStatement> kept(std::move(statement));
+    PreparedStatement* const found = kept.get();
+    m_entries.insert(text, std::move(kept));
+    return found;
+}
+
+void StatementCache::remove(const QString& text)
+{
+    m_entries.remove(text);
+    if (m_entries.isEmpty())
+        m_connection = {};
 }
 
 void StatementCache::clear()
 {
-    for (const Entry& entry : std::as_const(m_entries))
-        sqlite3_finalize(entry.statement);
     m_entries.clear();
-    m_connection = nullptr;
+    m_connection = {};
 }
 
 } // namespace oquivran

@@ -1,0 +1,155 @@
+#include "StatementPipeline.h"
+
+#include "LiteralParameters.h"
+#include "PreparedStatement.h"
+#include "RowReceiver.h"
+#include "Visiting.h"
+
+#include <oquivran/Recordset.h>
+
+#include <optional>
+
+namespace oquivran {
+
+namespace {
+
+using Ending = StatementDriver::Ending;
+
+// Every row of a query, in one recordset.
+class Collecting : public RowReceiver
+{
+public:
+    void fields(const Recordset& empty) override { m_rows = empty; }
+    bool row(QVariantList& values) override
+    {
+        m_rows.appendRow(values);
+        return true;
+    }
+    Recordset& rows() { return m_rows; }
+
+private:
+    Recordset m_rows;
+};
+
+// Each row of a query in a recordset of its own, positioned on it, handed to a visitor.
+class Visitor : public RowReceiver
+{
+public:
+    explicit Visitor(const std::function<bool(const Recordset&)>& visit) : m_visit(visit) {}
+    void fields(const Recordset& empty) override { m_fields = empty; }
+    bool row(QVariantList& values) override
+    {
+        m_found = true;
+        Recordset row = m_fields;
+        row.appendRow(values);
+        return m_visit(row);
+    }
+    bool found() const { return m_found; }
+
+private:
+    const std::function<bool(const Recordset&)>& m_visit;
+    Recordset m_fields;
+    bool m_found = false;
+};
+
+} // namespace
+
+StatementPipeline::StatementPipeline(StatementDriver& driver) : m_driver(driver) {}
+
+StatementPipeline::~StatementPipeline()
+{
+    release();
+}
+
+StatementDriver::Connection StatementPipeline::connection()
+{
+    // The visited statement is kept among the others: running another now could reset or
+    // release it under the visit.
+    if (m_visiting)
+        m_driver.fail(
+            QStringLiteral("A statement cannot run while the rows of another are being read"));
+    // A connection closed under its statements may open again at the same address: they go
+    // first.
+    if (!m_cache.isEmpty() && !m_driver.isOpen())
+        release();
+    const StatementDriver::Connection current = m_driver.open();
+    if (!m_cache.isEmpty() && !(m_cache.connection() == current))
+        release();
+    return current;
+}
+
+void StatementPipeline::release()
+{
+    const StatementDriver::Connection kept = m_cache.connection();
+    if (!kept.handle)
+        return;
+    m_cache.clear();
+    m_driver.released(kept);
+}
+
+template <typename Step> void StatementPipeline::run(const QString& sql, Run kind, Step step)
+{
+    const StatementDriver::Connection current = connection();
+    bool runAsShared = false;
+    if (std::optional<LiteralParameters::Result> shared = LiteralParameters::extract(sql)) {
+        PreparedStatement* statement = m_cache.find(shared->text);
+        if (!statement) {
+            if (std::unique_ptr<PreparedStatement> prepared =
+                    m_driver.prepareShared(shared->text, shared->values.size()))
+                statement = m_cache.insert(current, shared->text, std::move(prepared));
+        }
+        if (statement) {
+            runAsShared = true;
+            if (step(*statement, shared->values) == Ending::Done)
+                return;
+            m_cache.remove(shared->text);
+        }
+    }
+    // Statements kept may not outlive a change of the tables made by a text run once.
+    if (kind == Run::Action && !runAsShared && !m_driver.keepsStatementsAcrossChanges())
+        release();
+    const std::unique_ptr<PreparedStatement> once = m_driver.prepareOnce(sql);
+    step(*once, QVariantList());
+}
+
+bool StatementPipeline::open(const QString& sql, Recordset& rs)
+{
+    Recordset result;
+    run(sql, Run::Query, [&](PreparedStatement& statement, const QVariantList& values) {
+        Collecting collecting;
+        const Ending ending =
+            m_driver.query(statement, values, StatementDriver::Reading::Whole, collecting);
+        if (ending == Ending::Done)
+            result = std::move(collecting.rows());
+        return ending;
+    });
+    rs = std::move(result);
+    return rs.recordCount() > 0;
+}
+
+bool StatementPipeline::forEachRow(const QString& sql,
+                                   const std::function<bool(const Recordset&)>& visit)
+{
+    bool found = false;
+    // Stale is found before the first row is handed over, so no row is visited twice.
+    run(sql, Run::Query, [&](PreparedStatement& statement, const QVariantList& values) {
+        Visitor visitor(visit);
+        const Visiting visiting(m_visiting);
+        const Ending ending =
+            m_driver.query(statement, values, StatementDriver::Reading::RowByRow, visitor);
+        found = visitor.found();
+        return ending;
+    });
+    return found;
+}
+
+qint32 StatementPipeline::execute(const QString& sql)
+{
+    qint32 changed = 0;
+    run(sql, Run::Action, [&](PreparedStatement& statement, const QVariantList& values) {
+        return m_driver.action(statement, values, changed);
+    });
+    return changed;
+}
+
+} // namespace oquivran

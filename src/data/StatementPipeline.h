@@ -1,0 +1,55 @@
+#pragma once
+
+#include "StatementCache.h"
+#include "StatementDriver.h"
+
+#include <QString>
+
+#include <functional>
+
+namespace oquivran {
+
+class Recordset;
+
+// How every data object runs the component's text, whatever its database: the text's literals
+// are taken out as values (LiteralParameters), its shared form is looked up among the
+// statements kept and prepared by the driver when it is not there, the values are bound, the
+// driver steps through the rows and decodes them, and the pipeline builds the recordset. A
+// text that is not shared, or whose shared form does not prepare, is prepared for one run as
+// written, so its errors read as they would. Use it from one thread.
+class StatementPipeline
+{
+public:
+    // Needs a driver that outlives the pipeline.
+    explicit StatementPipeline(StatementDriver& driver);
+    ~StatementPipeline();
+    StatementPipeline(const StatementPipeline&) = delete;
+    StatementPipeline& operator=(const StatementPipeline&) = delete;
+
+    // Runs sql as a query and replaces rs with its rows (its fields, no rows, for a statement
+    // that returns none). Returns true when rows came back. Throws RuntimeError.
+    bool open(const QString& sql, Recordset& rs);
+    // Runs sql as a query and hands its rows to visit, each as a recordset positioned on it,
+    // until visit returns false; rows after that are not read. A statement run through the
+    // pipeline meanwhile throws RuntimeError. Returns true when rows came back.
+    bool forEachRow(const QString& sql, const std::function<bool(const Recordset&)>& visit);
+    // Runs sql as an action statement; the number of records it changed. Throws RuntimeError.
+    qint32 execute(const QString& sql);
+
+    // The connection, opened and set up when needed, with the statements of a connection that
+    // closed or changed under them released. Throws RuntimeError while the rows of a query
+    // are being visited, and when the driver cannot open it.
+    StatementDriver::Connection connection();
+    // Releases every statement kept, then lets the driver finish with their connection.
+    void release();
+
+private:
+    enum class Run { Query, Action };
+    template <typename Step> void run(const QString& sql, Run kind, Step step);
+
+    StatementDriver& m_driver;
+    StatementCache m_cache;
+    bool m_visiting = false;
+};
+
+} // namespace oquivran
