@@ -1,10 +1,11 @@
 #include "HostDatabases.h"
 
-#include "HostSchemaScripts.h"
 #include "HostSettings.h"
 #include "SampleData.h"
 
 #include <oquivran/PgDataObject.h>
+#include <oquivran/RuntimeError.h>
+#include <oquivran/Schema.h>
 #include <oquivran/SqlDataObject.h>
 #include <oquivran/clQUIVRAN.h>
 
@@ -192,24 +193,14 @@ HostDatabases::Status HostDatabases::open(const QString& dischargePath, const QS
     if (!openConnection(m_discharge, dischargeConnection, dischargePath) ||
         !openConnection(m_host, hostConnection, hostPath))
         return Status::Failed;
-    const bool dischargeOnServer = isServer(dischargePath);
-    const bool hostOnServer = isServer(hostPath);
-    if (m_createdDischarge &&
-        ((dischargeOnServer &&
-          !runScript(m_discharge, QString::fromUtf8(host_schema::postgresqlFunctions))) ||
-         !runScript(m_discharge,
-                    QString::fromUtf8(dischargeOnServer ? host_schema::postgresqlDischarge
-                                                        : host_schema::discharge))))
-        return Status::Failed;
-    if (m_createdHost &&
-        ((hostOnServer &&
-          !runScript(m_host, QString::fromUtf8(host_schema::postgresqlFunctions))) ||
-         !runScript(m_host, QString::fromUtf8(hostOnServer ? host_schema::postgresqlHost
-                                                           : host_schema::host))))
+    if ((m_createdDischarge && !createTables(m_discharge, oquivran::SchemaDatabase::Discharge)) ||
+        (m_createdHost && !createTables(m_host, oquivran::SchemaDatabase::Host)))
         return Status::Failed;
     // The host's own table; older sample files may lack it.
-    if (!runScript(m_host, groupsTable))
+    if (QSqlQuery groups(m_host); !groups.exec(groupsTable)) {
+        setTablesError(m_host, groups.lastError().text());
         return Status::Failed;
+    }
     const auto dataObject =
         [](const QSqlDatabase& database) -> std::unique_ptr<oquivran::DataObject> {
         if (database.driverName() == u"QPSQL")
@@ -228,6 +219,16 @@ HostDatabases::Status HostDatabases::open(const QString& dischargePath, const QS
     if (m_createdDischarge || m_createdHost)
         return Status::Created;
     return Status::Opened;
+}
+
+HostDatabases::Status HostDatabases::open(const QCommandLineParser& parser)
+{
+    bool explicitDischarge = false;
+    bool explicitHost = false;
+    const QString dischargePath = location(parser, Which::Discharge, &explicitDischarge);
+    const QString hostPath = location(parser, Which::Host, &explicitHost);
+    return open(dischargePath, hostPath,
+                explicitDischarge || explicitHost ? Missing::Fail : Missing::CreateSample);
 }
 
 void HostDatabases::bind(oquivran::clQUIVRAN& component)
@@ -253,23 +254,19 @@ bool HostDatabases::openConnection(QSqlDatabase& database, const QString& name,
     return true;
 }
 
-bool HostDatabases::runScript(const QSqlDatabase& database, const QString& script)
+bool HostDatabases::createTables(const QSqlDatabase& database, oquivran::SchemaDatabase which)
 {
-    // One statement per call: drop the comment lines, then split at the semicolons.
-    QStringList lines;
-    for (const QString& line : script.split(u'\n')) {
-        if (!line.trimmed().startsWith(QStringLiteral("--")))
-            lines << line;
-    }
-    for (const QString& statement : lines.join(u'\n').split(u';')) {
-        if (statement.trimmed().isEmpty())
-            continue;
-        QSqlQuery query(database);
-        if (!query.exec(statement)) {
-            m_errorText = QStringLiteral("No se pudieron crear las tablas de %1: %2")
-                              .arg(database.databaseName(), query.lastError().text());
-            return false;
-        }
+    try {
+        oquivran::createTables(database, which);
+    } catch (const oquivran::RuntimeError& error) {
+        setTablesError(database, error.description);
+        return false;
     }
     return true;
+}
+
+void HostDatabases::setTablesError(const QSqlDatabase& database, const QString& message)
+{
+    m_errorText = QStringLiteral("No se pudieron crear las tablas de %1: %2")
+                      .arg(database.databaseName(), message);
 }

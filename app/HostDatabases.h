@@ -1,6 +1,7 @@
 #pragma once
 
 #include <oquivran/DataObject.h>
+#include <oquivran/Schema.h>
 
 #include <QCommandLineParser>
 #include <QSqlDatabase>
@@ -64,6 +65,9 @@ public:
     // Opens both databases, creating and seeding the missing ones as missing says (see
     // createdDischarge() and createdHost()). errorText() tells what failed.
     Status open(const QString& dischargePath, const QString& hostPath, Missing missing);
+    // Opens the databases the options name (see location()): one named there must exist; when
+    // none is named, the default files are created with the sample if neither exists.
+    Status open(const QCommandLineParser& parser);
     // Binds the two data objects to the component (the first binding stays).
     void bind(oquivran::clQUIVRAN& component);
 
@@ -80,7 +84,11 @@ public:
 
 private:
     bool openConnection(QSqlDatabase& database, const QString& name, const QString& location);
-    bool runScript(const QSqlDatabase& database, const QString& script);
+    // Creates the component's tables of a database that are missing; false, with
+    // errorText(), when a statement failed.
+    bool createTables(const QSqlDatabase& database, oquivran::SchemaDatabase which);
+    // Says in errorText() why the tables of a database could not be created.
+    void setTablesError(const QSqlDatabase& database, const QString& message);
 
     QSqlDatabase m_discharge;
     QSqlDatabase m_host;

@@ -36,31 +36,22 @@ int runWindow(QApplication& app)
     QTextStream err(stderr);
     if (!parser.parse(app.arguments())) {
         err << parser.errorText() << "\n\n" << HostCommands::overview();
-        return HostCommands::UsageError;
+        return HostCommand::UsageError;
     }
     if (parser.isSet("help")) {
         QTextStream(stdout) << HostCommands::overview();
-        return HostCommands::Success;
+        return HostCommand::Success;
     }
     if (!parser.positionalArguments().isEmpty()) {
         err << "Subcomando desconocido: " << parser.positionalArguments().first() << "\n\n"
             << HostCommands::overview();
-        return HostCommands::UsageError;
+        return HostCommand::UsageError;
     }
-    bool explicitDischarge = false;
-    bool explicitHost = false;
-    const QString dischargePath =
-        HostDatabases::location(parser, HostDatabases::Which::Discharge, &explicitDischarge);
-    const QString hostPath =
-        HostDatabases::location(parser, HostDatabases::Which::Host, &explicitHost);
     HostDatabases databases;
-    const HostDatabases::Status status =
-        databases.open(dischargePath, hostPath,
-                       explicitDischarge || explicitHost ? HostDatabases::Missing::Fail
-                                                         : HostDatabases::Missing::CreateSample);
+    const HostDatabases::Status status = databases.open(parser);
     if (status == HostDatabases::Status::NotFound || status == HostDatabases::Status::Failed) {
         err << databases.errorText() << '\n';
-        return HostCommands::DatabaseMissing;
+        return HostCommand::DatabaseMissing;
     }
     HostWindow window(databases, parser.isSet("operation") ? parser.value("operation")
                                                            : QStringLiteral("OP-2025-0042"));
@@ -79,18 +70,18 @@ int main(int argc, char* argv[])
     const QString first = argc > 1 ? QString::fromLocal8Bit(argv[1]) : QString();
     if (first == u"--help" || first == u"-h") {
         QTextStream(stdout) << HostCommands::overview();
-        return HostCommands::Success;
+        return HostCommand::Success;
     }
     if (first == u"--version") {
         QTextStream(stdout) << "oquivran-host " << OQUIVRAN_VERSION << '\n';
-        return HostCommands::Success;
+        return HostCommand::Success;
     }
     // A first argument that is neither an option nor a subcommand is a usage error, --help or
     // not: opening the window instead would hide the typing slip.
     if (!first.isEmpty() && !first.startsWith(u'-') && !HostCommands::isSubcommand(first)) {
         QTextStream(stderr) << "Subcomando desconocido: " << first << "\n\n"
                             << HostCommands::overview();
-        return HostCommands::UsageError;
+        return HostCommand::UsageError;
     }
     const bool headless = HostCommands::isSubcommand(first);
     // The headless subcommands print without a screen.
@@ -100,7 +91,7 @@ int main(int argc, char* argv[])
         QTextStream(stderr) << "No hay pantalla (DISPLAY o WAYLAND_DISPLAY) para la ventana; "
                                "use un subcomando.\n\n"
                             << HostCommands::overview();
-        return HostCommands::UsageError;
+        return HostCommand::UsageError;
     }
     QApplication app(argc, argv);
     if (headless)

@@ -7,6 +7,7 @@
 #include <oquivran/Printing.h>
 #include <oquivran/Recordset.h>
 #include <oquivran/RuntimeError.h>
+#include <oquivran/Schema.h>
 #include <oquivran/SqlDataObject.h>
 #include <oquivran/TextPrintService.h>
 #include <oquivran/clQUIVRAN.h>

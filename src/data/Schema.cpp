@@ -1,6 +1,7 @@
 #include "Schema.h"
 
 #include <oquivran/RuntimeError.h>
+#include <oquivran/Schema.h>
 
 #include "SchemaScripts.h"
 
@@ -98,6 +99,12 @@ void Schema::create(const QSqlDatabase& connection, Database database)
         if (!query.exec(statement))
             throw RuntimeError(DatabaseError, query.lastError().text(), QStringLiteral("Schema"));
     }
+}
+
+void createTables(const QSqlDatabase& connection, SchemaDatabase database)
+{
+    Schema::create(connection, database == SchemaDatabase::Discharge ? Schema::Database::Discharge
+                                                                     : Schema::Database::Host);
 }
 
 } // namespace oquivran

@@ -2,6 +2,7 @@
 #include "TempDatabase.h"
 
 #include <oquivran/RuntimeError.h>
+#include <oquivran/Schema.h>
 
 #include <QRegularExpression>
 #include <QSqlQuery>
@@ -79,6 +80,21 @@ private Q_SLOTS:
             QVERIFY(indexes.contains(it.next().captured(1)));
         QCOMPARE(indexes.size(), scriptIndexes);
         QVERIFY(scriptIndexes > 0);
+    }
+
+    // The public function hosts create their tables with: the same statements.
+    void createTablesOfThePublicInterface()
+    {
+        for (const auto& [database, which] :
+             {std::pair(Schema::Database::Discharge, oquivran::SchemaDatabase::Discharge),
+              std::pair(Schema::Database::Host, oquivran::SchemaDatabase::Host)}) {
+            TempDatabase expected;
+            Schema::create(expected.database(), database);
+            TempDatabase temp;
+            oquivran::createTables(temp.database(), which);
+            for (const QString& type : {QStringLiteral("table"), QStringLiteral("index")})
+                QCOMPARE(objects(temp.database(), type), objects(expected.database(), type));
+        }
     }
 
     void createTwiceIsHarmless()

@@ -1,0 +1,136 @@
+#pragma once
+
+#include "TextTable.h"
+
+#include <QCommandLineOption>
+#include <QCommandLineParser>
+#include <QDate>
+#include <QList>
+#include <QString>
+#include <QVariant>
+
+#include <memory>
+#include <optional>
+#include <utility>
+
+class ConsoleMessages;
+class ExportOperation;
+class HostDatabases;
+class QTextStream;
+
+namespace oquivran {
+class clQUIVRAN;
+} // namespace oquivran
+
+// The exit codes of the host in order, each with its line under "Códigos de salida:" in
+// --help; a line break in the text continues it under the first line.
+// clang-format off
+#define OQUIVRAN_HOST_EXIT_CODES(code)                                                           \
+    code(Success, 0, "correcto")                                                                 \
+    /* unknown subcommand or option, missing or invalid value */                                 \
+    code(UsageError, 1, "uso incorrecto (subcomando, opción o valor)")                           \
+    /* a database file does not exist or cannot be opened */                                     \
+    code(DatabaseMissing, 2, "falta una base de datos o no se puede abrir")                      \
+    /* unknown operation, sub-item or item */                                                    \
+    code(NotFound, 3, "operación, subítem o ítem desconocido")                                   \
+    /* the component refused a discharge or a removal */                                         \
+    code(Refused, 4, "el componente rechazó una descarga o una eliminación")                     \
+    /* check-stock found lines whose availability is wrong, or over-discharged lines (never      \
+       repaired) */                                                                              \
+    code(StockDifferences, 5, "check-stock encontró líneas con disponibilidad incorrecta")       \
+    /* numbering or printing failed, or --out cannot be written */                               \
+    code(Failed, 6, "falló la numeración o la impresión")                                        \
+    /* expiring found stock whose temporary import has expired */                                \
+    code(Expired, 7, "expiring encontró stock con la importación temporal vencida")              \
+    /* a discharge or removal failed because the database could not be reached or stayed busy   \
+       with other operators' units beyond the wait */                                            \
+    code(DatabaseUnavailable, 8,                                                                 \
+         "una descarga o eliminación no se escribió porque la base de datos\n"                   \
+         "no respondió o siguió ocupada por otros operadores más allá de la\n"                   \
+         "espera (nada quedó escrito: puede intentarse de nuevo)")
+// clang-format on
+
+// What every headless subcommand of the host shares: its parsed options, the databases, the
+// component and its messages, the output streams, the option helpers and the writer of
+// results. Each subcommand derives from it in a file of its own under commands/, and the
+// table in HostCommands.cpp names it. Results go to standard output as tables, progress and
+// the component's messages to standard error.
+class HostCommand
+{
+public:
+#define OQUIVRAN_HOST_EXIT_CODE(name, value, text) name = value,
+    enum ExitCode { OQUIVRAN_HOST_EXIT_CODES(OQUIVRAN_HOST_EXIT_CODE) };
+#undef OQUIVRAN_HOST_EXIT_CODE
+
+    // The exit codes as --help lists them, under "Códigos de salida:".
+    static QString exitCodesText();
+    // Standard output and standard error, one stream each for the whole program.
+    static QTextStream& out();
+    static QTextStream& err();
+
+    // Options several subcommands take.
+    static QCommandLineOption subItemOption();
+    static QCommandLineOption allOption();
+    static QCommandLineOption formatOption();
+
+    // parser holds the subcommand's parsed options (it must outlive the command); format is
+    // the result format chosen.
+    HostCommand(const QCommandLineParser& parser, TextTable::Format format);
+    virtual ~HostCommand();
+    HostCommand(const HostCommand&) = delete;
+    HostCommand& operator=(const HostCommand&) = delete;
+
+    // Runs the subcommand; returns its exit code.
+    virtual int run() = 0;
+
+protected:
+    // Opens the databases and binds them to a new component; prints why not. Returns the
+    // exit code to end with, Success when open.
+    int openDatabases();
+    // Opens the databases, then loads the operation of --operation and sets the component's
+    // messages to answer as --yes says; prints why not. Returns Success when loaded.
+    int openOperation();
+    // What a refusal the component just reported means: DatabaseUnavailable when it was the
+    // database's (a conflict that outlasted the wait, a connection that broke or could not be
+    // opened), else Refused (the discharge rules).
+    int refusal() const;
+    // Of two exit codes of a run over several sub-items, the one to end with.
+    static int worstOf(int exitCode, int next);
+
+    // Opens the operation as openOperation() does, then adds to selected the sub-items
+    // --subitem or --all name; prints why not. Returns Success when they are selected (none,
+    // with --all, when the operation has no sub-items).
+    int openSubItems(QList<int>& selected);
+    // The whole number an option holds, from minimum to maximum; none when it holds anything
+    // else, said on standard error as invalidText (by default "Valor inválido para --name:
+    // ..." with the range).
+    std::optional<int> wholeOption(const QString& name, int minimum, int maximum,
+                                   const QString& invalidText = QString()) const;
+    // The same for any whole number.
+    std::optional<int> wholeOption(const QString& name, const QString& invalidText) const;
+    // The date an option holds, ISO or in the locale's format; none, said on standard error,
+    // when it holds no date.
+    std::optional<QDate> dateOption(const QString& name) const;
+    // A date option as the component reads dates: ISO text becomes the locale's day and month
+    // order; other text is passed as typed.
+    static QString dateText(const QString& text);
+
+    // A table of a subcommand's result: its key in JSON, its heading in the text table.
+    struct Section
+    {
+        QString key;
+        QString heading;
+        const TextTable* table;
+    };
+    // Writes the result in the --format chosen: the sections' tables one after the other
+    // (CSV: separated by an empty line), or one JSON object holding fields and the sections.
+    void write(const QList<std::pair<QString, QVariant>>& fields,
+               const QList<Section>& sections) const;
+
+    const QCommandLineParser& m_parser;
+    const TextTable::Format m_format;
+    std::unique_ptr<HostDatabases> m_databases;
+    std::unique_ptr<ExportOperation> m_operation;
+    std::unique_ptr<oquivran::clQUIVRAN> m_component;
+    std::unique_ptr<ConsoleMessages> m_messages;
+};

@@ -1,0 +1,41 @@
+#include "InitCommand.h"
+
+#include "HostDatabases.h"
+
+#include <QTextStream>
+
+QList<QCommandLineOption> InitCommand::options()
+{
+    return {{"force", "Reemplaza las bases existentes."}};
+}
+
+int InitCommand::run()
+{
+    const QString dischargePath =
+        HostDatabases::location(m_parser, HostDatabases::Which::Discharge);
+    const QString hostPath = HostDatabases::location(m_parser, HostDatabases::Which::Host);
+    const bool force = m_parser.isSet("force");
+    if (!force && HostDatabases::exists(dischargePath, HostDatabases::Which::Discharge) &&
+        HostDatabases::exists(hostPath, HostDatabases::Which::Host)) {
+        err() << "Las bases ya existen (use --force para reemplazarlas): " << dischargePath << ", "
+              << hostPath << '\n';
+        return UsageError;
+    }
+    HostDatabases databases;
+    if (force && (!databases.remove(dischargePath, HostDatabases::Which::Discharge) ||
+                  !databases.remove(hostPath, HostDatabases::Which::Host))) {
+        err() << databases.errorText() << '\n';
+        return DatabaseMissing;
+    }
+    // Only what is missing is created: an existing database keeps its data.
+    if (databases.open(dischargePath, hostPath, HostDatabases::Missing::CreateMissing) !=
+        HostDatabases::Status::Created) {
+        err() << databases.errorText() << '\n';
+        return DatabaseMissing;
+    }
+    out() << "Bases de muestra creadas:\n";
+    for (const auto& [path, created] : {std::pair(dischargePath, databases.createdDischarge()),
+                                        std::pair(hostPath, databases.createdHost())})
+        out() << "  " << path << (created ? "" : " (ya existía, se conserva)") << '\n';
+    return Success;
+}

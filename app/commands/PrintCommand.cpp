@@ -1,0 +1,200 @@
+#include "PrintCommand.h"
+
+#include "ConsoleMessages.h"
+#include "FontFit.h"
+
+#include <oquivran/oquivran.h>
+
+#include <QFile>
+#include <QFileInfo>
+#include <QSettings>
+#include <QTemporaryDir>
+#include <QTextStream>
+
+#include <tuple>
+
+namespace {
+
+// The ranges the print options accept.
+constexpr int minimumFontSize = 4;
+constexpr int maximumFontSize = 72;
+constexpr int minimumLines = 10;
+constexpr int maximumLines = 300;
+constexpr int sheetCount = 5;
+
+} // namespace
+
+QList<QCommandLineOption> PrintCommand::options()
+{
+    return {
+        {"report", "declaracion, control o comparativo (por omisión declaracion).", "reporte",
+         "declaracion"},
+        {"method", "text (texto, MODO DOS), pdf (solo caída) o form (PDF sobre el formulario).",
+         "metodo", "pdf"},
+        {"out", "Archivo de salida (se reemplaza).", "archivo"},
+        {"aat", "Número oficial de la exportación (Año/Ad/Tipo/N. Reg/DC).", "numero"},
+        {"date", "Fecha de oficialización (AAAA-MM-DD o en el formato local).", "fecha"},
+        {"invoices", "Facturas (por omisión las de la operación).", "facturas"},
+        {"sheet", "Foja del formulario, 1 a 5.", "n"},
+        {"font-size",
+         QStringLiteral("Tamaño de fuente, %1 a %2 (por omisión el mayor con el que la línea "
+                        "más larga del reporte entra en la hoja).")
+             .arg(minimumFontSize)
+             .arg(maximumFontSize),
+         "n"},
+        {"subregimen", "Subrégimen impreso en el formulario.", "texto"},
+        {"aduana", "Aduana impresa en el formulario.", "texto"},
+        {"forms", "Carpeta de los formularios adjN.kbx.", "carpeta"},
+        {"lines", QStringLiteral("Líneas por hoja, %1 a %2.").arg(minimumLines).arg(maximumLines),
+         "n"},
+    };
+}
+
+int PrintCommand::run()
+{
+    if (const int checked = checkOptions(); checked != Success)
+        return checked;
+    if (const int opened = openOperation(); opened != Success)
+        return opened;
+    return print();
+}
+
+int PrintCommand::checkOptions()
+{
+    for (const auto& [name, minimum, maximum] :
+         {std::tuple("lines", minimumLines, maximumLines), std::tuple("sheet", 1, sheetCount),
+          std::tuple("font-size", minimumFontSize, maximumFontSize)}) {
+        if (m_parser.isSet(name) && !wholeOption(QString::fromLatin1(name), minimum, maximum))
+            return UsageError;
+    }
+    return Success;
+}
+
+int PrintCommand::print()
+{
+    oquivran::PrintRequest request;
+    const QString report = m_parser.value("report");
+    const QString method = m_parser.value("method");
+    const QString path = m_parser.value("out");
+    if (report == u"declaracion")
+        request.report = oquivran::PrintReport::Declaration;
+    else if (report == u"control")
+        request.report = oquivran::PrintReport::ControlListing;
+    else if (report == u"comparativo")
+        request.report = oquivran::PrintReport::ComparativeListing;
+    else {
+        err() << "Reporte desconocido: " << report << " (declaracion, control o comparativo)\n";
+        return UsageError;
+    }
+    if (method == u"text")
+        request.output = oquivran::PrintOutput::Text;
+    else if (method == u"pdf")
+        request.output = oquivran::PrintOutput::Printer;
+    else if (method == u"form")
+        request.output = oquivran::PrintOutput::Form;
+    else {
+        err() << "Método desconocido: " << method << " (text, pdf o form)\n";
+        return UsageError;
+    }
+    if (path.isEmpty()) {
+        err() << "Indique el archivo de salida con --out ARCHIVO.\n";
+        return UsageError;
+    }
+    // A folder that does not exist or cannot be written is said plainly, before printing.
+    const QFileInfo target(QFileInfo(path).absoluteFilePath());
+    const QFileInfo folder(target.absolutePath());
+    if (!folder.isDir()) {
+        err() << "No existe la carpeta de salida: " << folder.filePath() << '\n';
+        return Failed;
+    }
+    if (!folder.isWritable() || (target.exists() && (target.isDir() || !target.isWritable()))) {
+        err() << "No se puede escribir " << target.filePath() << " (sin permiso de escritura"
+              << (target.isDir() ? ", es una carpeta" : "") << ")\n";
+        return Failed;
+    }
+    request.officialNumber = m_parser.value("aat");
+    request.officialDate = dateText(m_parser.value("date"));
+    request.invoices = m_parser.value("invoices");
+    request.sheet = m_parser.value("sheet");
+    request.linesPerPage = qint16(m_parser.value("lines").toInt());
+    request.fontSize = qint16(m_parser.value("font-size").toInt());
+    request.progress = [](const QString& text) {
+        err() << text << Qt::endl;
+    };
+    m_component->SubRegimen(m_parser.value("subregimen"));
+    m_component->Aduana(m_parser.value("aduana"));
+    if (m_parser.isSet("forms"))
+        m_component->Dir_Formularios(m_parser.value("forms"));
+    // A size chosen to fit is this print's alone: the operator's saved size stays.
+    QSettings settings = oquivran::settingsStore();
+    const QString fontSizeKey = QStringLiteral("IMPRESION/IMPTAM");
+    const QVariant savedFontSize = settings.value(fontSizeKey);
+    const bool fitted =
+        request.output != oquivran::PrintOutput::Text && !m_parser.isSet("font-size");
+    if (fitted)
+        request.fontSize = qint16(fittingFontSize(request));
+
+    // The text method appends pages: start from an empty file.
+    const QString absolute = target.absoluteFilePath();
+    QFile::remove(absolute);
+    const bool text = request.output == oquivran::PrintOutput::Text;
+    qputenv(text ? "OQUIVRAN_TEXT_OUTPUT" : "OQUIVRAN_PDF_OUTPUT", absolute.toLocal8Bit());
+    const bool printed = oquivran::printReport(request);
+    if (fitted) {
+        settings.sync();
+        if (savedFontSize.isValid())
+            settings.setValue(fontSizeKey, savedFontSize);
+        else
+            settings.remove(fontSizeKey);
+        settings.sync();
+    }
+    if (!printed || !QFileInfo::exists(absolute)) {
+        err() << "No se pudo imprimir el reporte.\n";
+        return Failed;
+    }
+    out() << absolute << '\n';
+    return Success;
+}
+
+int PrintCommand::fittingFontSize(const oquivran::PrintRequest& request)
+{
+    // The report's lines as text mode prints them, without saying so twice.
+    QTemporaryDir scratch;
+    const QString pages = scratch.filePath(QStringLiteral("pages.txt"));
+    oquivran::PrintRequest measure = request;
+    measure.output = oquivran::PrintOutput::Text;
+    measure.fontSize = 0;
+    measure.progress = [](const QString&) {
+    };
+    const QByteArray before = qgetenv("OQUIVRAN_TEXT_OUTPUT");
+    qputenv("OQUIVRAN_TEXT_OUTPUT", pages.toLocal8Bit());
+    m_messages->setQuiet(true);
+    const bool measured = oquivran::printReport(measure);
+    m_messages->setQuiet(false);
+    qputenv("OQUIVRAN_TEXT_OUTPUT", before);
+    QFile file(pages);
+    if (!measured || !file.open(QIODevice::ReadOnly))
+        return 0; // the print itself tells what is wrong
+    const QString longest = FontFit::longestLine(QString::fromUtf8(file.readAll()));
+
+    // Up to the operator's saved size (the print options screen's default 10), within the
+    // saved left margin; the control listing prints landscape, the others portrait.
+    const QSettings settings = oquivran::settingsStore();
+    bool ok = false;
+    int saved = settings.value(QStringLiteral("IMPRESION/IMPTAM")).toString().toInt(&ok);
+    if (!ok || saved < minimumFontSize || saved > maximumFontSize)
+        saved = 10;
+    const double margin = settings.value(QStringLiteral("IMPRESION/MARGEN"), 15).toDouble();
+    const auto orientation = request.report == oquivran::PrintReport::ControlListing
+                                 ? QPageLayout::Landscape
+                                 : QPageLayout::Portrait;
+    const int size = FontFit::largestFitting(longest, orientation, margin, saved, minimumFontSize);
+    if (FontFit::fits(longest, orientation, margin, size))
+        err() << "Tamaño de fuente " << size << ": el mayor (hasta " << saved
+              << ") con el que la línea más larga del reporte (" << longest.size()
+              << " columnas) entra en la hoja." << Qt::endl;
+    else
+        err() << "Tamaño de fuente " << size << ": la línea más larga del reporte ("
+              << longest.size() << " columnas) no entra en la hoja ni con el menor." << Qt::endl;
+    return size;
+}
