@@ -91,9 +91,9 @@ int main(int argc, char* argv[])
             ->grab()
             .save(folder.filePath(QStringLiteral("host-stock.png")));
         const QString listing = folder.absoluteFilePath(QStringLiteral("expiry-listing.pdf"));
-        qputenv("OQUIVRAN_PDF_OUTPUT", listing.toLocal8Bit());
         oquivran::PrintRequest request;
         request.output = oquivran::PrintOutput::Printer;
+        request.outputFile = listing;
         request.fontSize = 8;
         oquivran::printExpiryListing(HostSettings::today(), HostSettings::expiryHorizon(), request);
         // The item's inputs once the items are numbered.

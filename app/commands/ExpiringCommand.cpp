@@ -137,9 +137,9 @@ int ExpiringCommand::run()
     if (m_parser.isSet("pdf")) {
         const QString absolute = QFileInfo(m_parser.value("pdf")).absoluteFilePath();
         QFile::remove(absolute);
-        qputenv("OQUIVRAN_PDF_OUTPUT", absolute.toLocal8Bit());
         oquivran::PrintRequest request;
         request.output = oquivran::PrintOutput::Printer;
+        request.outputFile = absolute;
         // The listing's 154 columns fit a landscape A4 page at 8 points.
         request.fontSize = 8;
         if (!oquivran::printExpiryListing(asOf, horizon, request) || !QFileInfo::exists(absolute)) {

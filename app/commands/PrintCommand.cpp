@@ -125,29 +125,16 @@ int PrintCommand::print()
     m_component->Aduana(m_parser.value("aduana"));
     if (m_parser.isSet("forms"))
         m_component->Dir_Formularios(m_parser.value("forms"));
-    // A size chosen to fit is this print's alone: the operator's saved size stays.
-    QSettings settings = oquivran::settingsStore();
-    const QString fontSizeKey = QStringLiteral("IMPRESION/IMPTAM");
-    const QVariant savedFontSize = settings.value(fontSizeKey);
-    const bool fitted =
-        request.output != oquivran::PrintOutput::Text && !m_parser.isSet("font-size");
-    if (fitted)
+    // A size chosen to fit is this print's alone, as every value of the request is: printing
+    // leaves the operator's saved settings as they are.
+    if (request.output != oquivran::PrintOutput::Text && !m_parser.isSet("font-size"))
         request.fontSize = qint16(fittingFontSize(request));
 
-    // The text method appends pages: start from an empty file.
+    // A print that fails leaves no file from an earlier one behind.
     const QString absolute = target.absoluteFilePath();
     QFile::remove(absolute);
-    const bool text = request.output == oquivran::PrintOutput::Text;
-    qputenv(text ? "OQUIVRAN_TEXT_OUTPUT" : "OQUIVRAN_PDF_OUTPUT", absolute.toLocal8Bit());
+    request.outputFile = absolute;
     const bool printed = oquivran::printReport(request);
-    if (fitted) {
-        settings.sync();
-        if (savedFontSize.isValid())
-            settings.setValue(fontSizeKey, savedFontSize);
-        else
-            settings.remove(fontSizeKey);
-        settings.sync();
-    }
     if (!printed || !QFileInfo::exists(absolute)) {
         err() << "No se pudo imprimir el reporte.\n";
         return Failed;
@@ -164,14 +151,12 @@ int PrintCommand::fittingFontSize(const oquivran::PrintRequest& request)
     oquivran::PrintRequest measure = request;
     measure.output = oquivran::PrintOutput::Text;
     measure.fontSize = 0;
+    measure.outputFile = pages;
     measure.progress = [](const QString&) {
     };
-    const QByteArray before = qgetenv("OQUIVRAN_TEXT_OUTPUT");
-    qputenv("OQUIVRAN_TEXT_OUTPUT", pages.toLocal8Bit());
     m_messages->setQuiet(true);
     const bool measured = oquivran::printReport(measure);
     m_messages->setQuiet(false);
-    qputenv("OQUIVRAN_TEXT_OUTPUT", before);
     QFile file(pages);
     if (!measured || !file.open(QIODevice::ReadOnly))
         return 0; // the print itself tells what is wrong

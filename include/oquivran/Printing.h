@@ -25,9 +25,11 @@ enum class PrintOutput : qint16 {
                  // print as Printer)
 };
 
-// What to print without the screen. Empty texts and zero numbers keep what the print options
-// screen loads: the saved printer settings, and the export data recorded on the operation's
-// discharge lines (the invoices of the host's "facturas" table when none are recorded).
+// What to print without the screen, and where. Empty texts and zero numbers keep what the
+// print options screen loads: the saved printer settings, and the export data recorded on the
+// operation's discharge lines (the invoices of the host's "facturas" table when none are
+// recorded). The values given are this print's alone: printing never saves them as the
+// operator's settings.
 struct PrintRequest
 {
     PrintReport report = PrintReport::Declaration;
@@ -43,23 +45,31 @@ struct PrintRequest
     QString officialNumber;
     QString officialDate;
     QString invoices;
+    // The file the print writes instead of printing, replacing it: a PDF file for Printer and
+    // Form, a text file for Text (each page's text in UTF-8, lines ending in CR LF, followed by
+    // a form feed; the text-mode print service is not used). Empty: the printer, or the files
+    // the printing environment variables name.
+    QString outputFile;
     // Receives the progress texts ("Generando impresión....", "Imprimiendo hoja N de M").
     std::function<void(const QString&)> progress;
 };
 
 // Prints a report of the operation set in INTERNO as F11 does on the print options screen,
 // without showing it: the print formats of GenerarIMP, the declaration's validation (its
-// messages go through the message handler and the settings are saved as on F11), the report
-// generator and the page output; the declaration then records the export data on the
-// operation's discharge lines. The printing environment variables apply (OQUIVRAN_PDF_OUTPUT,
-// OQUIVRAN_TEXT_OUTPUT). Needs a QApplication (one is created when the host has no
-// application object). Returns false when the validation refused or the output failed.
+// messages go through the message handler), the report generator and the page output; the
+// declaration then records the export data on the operation's discharge lines. Unlike F11 it
+// never saves the printer settings: the operator's saved ones stay as they were. The request's
+// output file takes the output; without one the printing environment variables apply
+// (OQUIVRAN_PDF_OUTPUT, OQUIVRAN_TEXT_OUTPUT). Needs a QApplication (one is created when the
+// host has no application object). Returns false when the validation refused or the output
+// failed.
 bool printReport(const PrintRequest& request);
 
 // Prints the expiry listing "VENCIMIENTOS DE IMPORTACION TEMPORAL" (see expiringStock() in
 // <oquivran/Expiry.h>) for a reference date and a horizon in days, in landscape, like the
 // listings: request gives the output (Text or Printer; Form prints as Printer) and the printer
-// settings, its report and export data are not used. The printing environment variables apply.
+// settings and output file, its report and export data are not used. Without an output file
+// the printing environment variables apply.
 // Needs a QApplication (one is created when the host has none). Returns false when the expiry
 // check or the output failed (the error is shown by the common error message).
 bool printExpiryListing(const QDate& asOf, int horizonDays, const PrintRequest& request);

@@ -13,11 +13,15 @@ const char* DefaultTextPrintService::outputVariable()
 
 bool DefaultTextPrintService::ImprimirDOS(const QString& pageText, const QString& printerName)
 {
-    const QByteArray page = pageText.toUtf8();
     const QString fileName = qEnvironmentVariable(outputVariable());
     if (!fileName.isEmpty())
-        return appendToFile(fileName, page + '\f');
-    return RawPrintQueue::send(printerName, page);
+        return appendPage(fileName, pageText);
+    return RawPrintQueue::send(printerName, pageText.toUtf8());
+}
+
+bool DefaultTextPrintService::appendPage(const QString& fileName, const QString& pageText)
+{
+    return appendToFile(fileName, pageText.toUtf8() + '\f');
 }
 
 bool DefaultTextPrintService::appendToFile(const QString& fileName, const QByteArray& page)

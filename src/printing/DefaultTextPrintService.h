@@ -18,6 +18,9 @@ public:
 
     // The environment variable naming the file that replaces the printer.
     static const char* outputVariable();
+    // Appends a page's text (UTF-8) and a form feed to a file, created when missing. False
+    // when the file cannot be opened or written.
+    static bool appendPage(const QString& fileName, const QString& pageText);
 
 private:
     static bool appendToFile(const QString& fileName, const QByteArray& page);

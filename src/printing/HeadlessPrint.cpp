@@ -41,8 +41,9 @@ bool onScreen(const PrintRequest& request, const QString& label,
 
 bool printReport(const PrintRequest& request)
 {
-    return onScreen(request, QStringLiteral(" - seccion [oQUIVRAN.printReport]"),
-                    [](frmImpresion& screen) { return screen.Imprimir(); });
+    return onScreen(
+        request, QStringLiteral(" - seccion [oQUIVRAN.printReport]"),
+        [](frmImpresion& screen) { return screen.print(frmImpresion::SavedSettings::Keep); });
 }
 
 bool printExpiryListing(const QDate& asOf, int horizonDays, const PrintRequest& request)

@@ -1,6 +1,7 @@
 #include "PageOutput.h"
 
 #include "Alinear.h"
+#include "DefaultTextPrintService.h"
 #include "ModuleState.h"
 #include "ReportBuffer.h"
 #include "TextPrintServices.h"
@@ -103,6 +104,11 @@ PageOutput::PageOutput(const PageSettings& settings, PageTitles titles, const Fo
 {
 }
 
+void PageOutput::setOutputFile(const QString& fileName)
+{
+    m_outputFile = fileName;
+}
+
 const char* PageOutput::pdfOutputVariable()
 {
     return "OQUIVRAN_PDF_OUTPUT";
@@ -165,13 +171,19 @@ void PageOutput::print() const
 
 void PageOutput::printText(const QList<QList<ReportLine>>& pages, int pageCount) const
 {
+    // An output file takes the pages in place of the text-mode service, from its start.
+    if (!m_outputFile.isEmpty())
+        QFile::remove(m_outputFile);
     TextPrintService& service = TextPrintServices::current();
     for (int page = 0; page < pages.size(); ++page) {
         m_progress(pageProgress(page + 1, pageCount));
         QString text;
         for (const ReportLine& line : pages.at(page))
             text += line.text + QStringLiteral("\r\n");
-        if (!service.ImprimirDOS(text, m_settings.printerName))
+        const bool printed = m_outputFile.isEmpty()
+                                 ? service.ImprimirDOS(text, m_settings.printerName)
+                                 : DefaultTextPrintService::appendPage(m_outputFile, text);
+        if (!printed)
             throw RuntimeError::userDefined(QStringLiteral("Error en metodo de impresion DOS"),
                                             QStringLiteral("[go_Ut.ImprimirDOS]"));
     }
@@ -179,7 +191,8 @@ void PageOutput::printText(const QList<QList<ReportLine>>& pages, int pageCount)
 
 void PageOutput::preparePrinter(QPrinter& printer) const
 {
-    const QString pdfFile = qEnvironmentVariable(pdfOutputVariable());
+    const QString pdfFile =
+        m_outputFile.isEmpty() ? qEnvironmentVariable(pdfOutputVariable()) : m_outputFile;
     if (!pdfFile.isEmpty()) {
         printer.setOutputFormat(QPrinter::PdfFormat);
         printer.setOutputFileName(pdfFile);

@@ -55,10 +55,12 @@ struct FormHeader
 };
 
 // The page output: puts the report line buffer on paper page by page, by the text-mode print
-// service or on a printer (plain or over the form image). When the environment variable
-// OQUIVRAN_PDF_OUTPUT names a file, the printer methods write that PDF file instead of
-// printing. Coordinates are millimetres; the font is "Courier New" (another fixed-pitch family
-// when it is missing), bold for lines of kind "T".
+// service or on a printer (plain or over the form image). An output file, when set, takes the
+// pages instead: a PDF file for the printer methods, the pages' text, each followed by a form
+// feed, for text mode. Without one, when the environment variable OQUIVRAN_PDF_OUTPUT names a
+// file, the printer methods write that PDF file instead of printing. Coordinates are millimetres;
+// the font is "Courier New" (another fixed-pitch family when it is missing), bold for lines of kind
+// "T".
 class PageOutput
 {
 public:
@@ -68,8 +70,14 @@ public:
     PageOutput(const PageSettings& settings, PageTitles titles, const FormHeader& header,
                Progress progress);
 
+    // Sets the file written instead of printing, which the print replaces: a PDF file for the
+    // printer methods, a text file for text mode (the text-mode print service is not used).
+    // Empty, the default: the printer, or the file the printing environment variables name.
+    void setOutputFile(const QString& fileName);
+
     // Prints the report line buffer. Throws RuntimeError (a missing form image, a printer that
-    // cannot start, a text-mode page refused: "Error en metodo de impresion DOS").
+    // cannot start, a text-mode page refused or not written to the output file: "Error en
+    // metodo de impresion DOS").
     void print() const;
 
     // The pages the buffer makes: each page's lines, the declaration's titles included, and
@@ -98,6 +106,7 @@ private:
     PageTitles m_titles;
     FormHeader m_header;
     Progress m_progress;
+    QString m_outputFile;
 };
 
 } // namespace oquivran

@@ -1,22 +1,18 @@
 #include "frmImpresion.h"
 
 #include "BoundData.h"
-#include "ComparativeReport.h"
-#include "ControlReport.h"
 #include "DateText.h"
-#include "DeclarationReport.h"
 #include "ErrorMessage.h"
 #include "ExpiryListing.h"
 #include "Messages.h"
 #include "ModuleState.h"
 #include "NumberText.h"
+#include "PrintJob.h"
 #include "PrintStatements.h"
-#include "ReportGenerator.h"
 #include "Settings.h"
 #include "TextRules.h"
 #include "ValueConversion.h"
 #include "WholeNumber.h"
-#include "WriteUnit.h"
 
 #include <oquivran/Printing.h>
 #include <oquivran/Recordset.h>
@@ -37,8 +33,6 @@ namespace {
 const QString loadLabel = QStringLiteral(" - seccion[ oQUIVRAN.frmImpresion.form_load ]");
 const QString printersLabel = QStringLiteral("Sección [oQUIVRAN.frmImpresion.CargarImpresion]");
 const QString verifyLabel = QStringLiteral(" - Seccion [oQUIVRAN.frmImpresion.f_VerificarDatos]");
-// The listings report under the declaration's label too.
-const QString outputLabel = QStringLiteral(" - Sección [oQUIVRAN.frmImpresion.lp_Imprimir]");
 
 const QString section = QStringLiteral("IMPRESION");
 const QString printerKey = QStringLiteral("IMPNOM");
@@ -202,7 +196,12 @@ void frmImpresion::CargarImpresoras()
 
 bool frmImpresion::f_VerificarDatos()
 {
-    return ErrorMessage::guard(verifyLabel, [this] {
+    return verify(SavedSettings::Update);
+}
+
+bool frmImpresion::verify(SavedSettings saved)
+{
+    return ErrorMessage::guard(verifyLabel, [&] {
         const struct
         {
             bool passes;
@@ -226,6 +225,8 @@ bool frmImpresion::f_VerificarDatos()
                 return false;
             }
         }
+        if (saved == SavedSettings::Keep)
+            return true;
         Settings::setValue(section, fontSizeKey, m_txtIMPTAM->text());
         Settings::setValue(section, marginKey, m_txtMargen->text());
         Settings::setValue(section, linesKey, m_txtPAGLIN->text());
@@ -255,14 +256,27 @@ void frmImpresion::escapePressed()
 
 bool frmImpresion::Imprimir()
 {
-    if (m_opDESINS->isChecked()) {
-        if (!f_VerificarDatos())
-            return false;
-        return produce(DeclarationReport(), Output::Declaration, PageOrientation::Unchanged);
-    }
+    return print(SavedSettings::Update);
+}
+
+bool frmImpresion::print(SavedSettings saved)
+{
+    const PrintReport report = chosenReport();
+    if (report == PrintReport::Declaration && !verify(saved))
+        return false;
+    // The report is generated before the settings are read as numbers, and printed whatever
+    // the generation gave: an operation without items prints an empty report.
+    PrintJob::generate(report);
+    return PrintJob(request()).print();
+}
+
+PrintReport frmImpresion::chosenReport() const
+{
+    if (m_opDESINS->isChecked())
+        return PrintReport::Declaration;
     if (m_opIMPINT->isChecked())
-        return produce(ControlReport(), Output::Listing, PageOrientation::Landscape);
-    return produce(ComparativeReport(), Output::Listing, PageOrientation::Portrait);
+        return PrintReport::ControlListing;
+    return PrintReport::ComparativeListing;
 }
 
 void frmImpresion::applyRequest(const PrintRequest& request)
@@ -308,79 +322,56 @@ void frmImpresion::applyRequest(const PrintRequest& request)
     setText(m_txtOficializacion, request.officialDate);
     setText(m_txtFACTU, request.invoices);
     m_progress = request.progress;
+    m_outputFile = request.outputFile;
 }
 
-qint16 frmImpresion::method(Output output) const
+PrintRequest frmImpresion::exportRequest()
 {
+    PrintRequest request;
+    request.sheet = m_cboFoja->currentText();
+    request.officialNumber = m_txtAAT->text();
+    request.officialDate = m_txtOficializacion->text();
+    request.invoices = m_txtFACTU->text();
+    request.outputFile = m_outputFile;
+    // The screen outlives the jobs it prints.
+    request.progress = [this](const QString& text) {
+        showProgress(text);
+    };
+    return request;
+}
+
+PrintRequest frmImpresion::request()
+{
+    PrintRequest request = exportRequest();
+    request.report = chosenReport();
     if (m_opMODDOS->isChecked())
-        return qint16(PrintMethod::Text);
-    if (output == Output::Declaration && m_opMODFRM->isChecked())
-        return qint16(PrintMethod::Form);
-    return qint16(PrintMethod::Plain);
-}
-
-bool frmImpresion::produce(const ReportKind& kind, Output output, PageOrientation orientation)
-{
-    // The report is printed whatever the generation gave: an operation without items prints
-    // an empty report.
-    ReportGenerator(kind).GenerarOM();
-    return printBuffer(output, orientation);
+        request.output = PrintOutput::Text;
+    else if (m_opMODFRM->isChecked())
+        request.output = PrintOutput::Form;
+    request.printerName = m_cboImpresion->currentText();
+    request.fontSize = wholeText(m_txtIMPTAM);
+    request.linesPerPage = wholeText(m_txtPAGLIN);
+    request.margin = wholeText(m_txtMargen);
+    return request;
 }
 
 bool frmImpresion::ImprimirVencimientos(const QDate& asOf, int horizonDays)
 {
     if (!ExpiryListing::GenerarVencimientos(asOf, horizonDays))
         return false;
-    return printBuffer(Output::Listing, PageOrientation::Landscape);
-}
-
-bool frmImpresion::printBuffer(Output output, PageOrientation orientation)
-{
-    const QString printer = m_cboImpresion->currentText();
-    const qint16 fontSize = wholeText(m_txtIMPTAM);
-    const qint16 linesPerPage = wholeText(m_txtPAGLIN);
-    const qint16 margin = wholeText(m_txtMargen);
-    if (output == Output::Declaration)
-        return lp_Imprimir(printer, fontSize, linesPerPage, method(output), margin);
-    return lp_Imprimir_Control(printer, fontSize, linesPerPage, method(output), margin,
-                               qint16(orientation));
-}
-
-PageOutput frmImpresion::pageOutput(const PageSettings& settings, PageTitles titles)
-{
-    return PageOutput(settings, titles,
-                      {m_cboFoja->currentText(), m_txtOficializacion->text(), m_txtAAT->text()},
-                      [this](const QString& text) { showProgress(text); });
+    return PrintJob(request()).printListing(PageOrientation::Landscape);
 }
 
 bool frmImpresion::lp_Imprimir(const QString& p_IMPNOM, qint16 p_IMPTAM, qint16 p_PAGLIN,
                                qint16 p_IMPMOD, qint16 p_IMPMRG)
 {
-    return ErrorMessage::guard(outputLabel, [&] {
-        pageOutput({p_IMPNOM, p_IMPTAM, p_PAGLIN, p_IMPMOD, p_IMPMRG, PageOrientation::Unchanged},
-                   PageTitles::Declaration)
-            .print();
-        // The invoices lose their quotes; the official number is written as typed.
-        QString invoices = m_txtFACTU->text();
-        invoices = TextRules::trim(invoices).isEmpty() ? QStringLiteral("-")
-                                                       : invoices.replace(u'\'', u' ');
-        return WriteUnit::run([&] {
-            BoundData::execute(PrintStatements::recordExportData(
-                m_txtAAT->text(), m_txtOficializacion->text(), invoices, moduleState().INTERNO));
-            return true;
-        });
-    });
-}
-
-bool frmImpresion::lp_Imprimir_Control(const QString& p_IMPNOM, qint16 p_IMPTAM, qint16 p_PAGLIN,
-                                       qint16 p_IMPMOD, qint16 p_IMPMRG, qint16 p_Orient)
-{
-    return ErrorMessage::guard(outputLabel, [&] {
-        pageOutput({p_IMPNOM, p_IMPTAM, p_PAGLIN, p_IMPMOD, p_IMPMRG, PageOrientation(p_Orient)},
-                   PageTitles::None)
-            .print();
-        return true;
-    });
+    PrintRequest request = exportRequest();
+    request.output = PrintOutput(p_IMPMOD);
+    request.printerName = p_IMPNOM;
+    request.fontSize = p_IMPTAM;
+    request.linesPerPage = p_PAGLIN;
+    request.margin = p_IMPMRG;
+    return PrintJob(request).print();
 }
 
 void frmImpresion::showProgress(const QString& text)

@@ -1,7 +1,8 @@
 #pragma once
 
-#include "PageOutput.h"
 #include "ScreenDialog.h"
+
+#include <oquivran/Printing.h>
 
 #include <functional>
 
@@ -14,15 +15,13 @@ class QRadioButton;
 
 namespace oquivran {
 
-class ReportKind;
-struct PrintRequest;
-
 // The print options screen: which report (sworn declaration, internal control listing,
 // comparative listing), how it is printed (text mode, printer alone, over the form image), the
 // printer and page settings kept in the settings section "IMPRESION", and the export data the
 // declaration prints and records. F11 generates the chosen report into the report line buffer
-// and prints it; the screen stays open. ESC validates (so valid settings are saved) and
-// closes. It loads on creation.
+// and prints it as a PrintJob of the screen's values; the screen stays open. ESC validates (so
+// valid settings are saved) and closes. It loads on creation. The headless print loads one
+// without showing it and prints as F11 does, leaving the saved settings alone.
 class frmImpresion : public ScreenDialog
 {
     Q_OBJECT
@@ -35,18 +34,29 @@ public:
     // Fills cboImpresion with the installed printers and shows the saved one when it is among
     // them.
     void CargarImpresoras();
+    // Whether a print saves the screen's printer settings once they are valid.
+    enum class SavedSettings {
+        Update, // F11 and ESC: the operator's values become the saved ones
+        Keep,   // the headless print: the saved settings stay as they are
+    };
+
     // Validates the date, official number and the three numeric settings (the first failure
     // shows its message and gives false), then saves the settings.
     bool f_VerificarDatos();
-    // F11: generates the chosen report and prints it. False when the declaration's validation
-    // refused or the output failed.
+    // F11: generates the chosen report and prints it, saving the settings. False when the
+    // declaration's validation refused or the output failed.
     bool Imprimir();
+    // What F11 does, saving the settings or not: the declaration is validated first, then
+    // the chosen report is generated and printed as a PrintJob of the screen's values. False
+    // when the validation refused or the output failed.
+    bool print(SavedSettings saved);
     // Generates the expiry listing for a reference date and horizon and prints it in
     // landscape with the screen's method and settings, as the listings print. False when the
     // expiry check or the output failed.
     bool ImprimirVencimientos(const QDate& asOf, int horizonDays);
     // Chooses the report and method and fills the boxes from a request; its empty texts and
-    // zero numbers keep what the screen loaded. Its progress receiver gets the progress texts.
+    // zero numbers keep what the screen loaded. Its progress receiver gets the progress texts
+    // and its output file, when given, takes the pages.
     void applyRequest(const PrintRequest& request);
 
     // Prints the report line buffer as the sworn declaration with the method (1 text mode, 2
@@ -54,34 +64,26 @@ public:
     // on the operation's discharge lines. False after an error, which it reports.
     bool lp_Imprimir(const QString& p_IMPNOM, qint16 p_IMPTAM, qint16 p_PAGLIN, qint16 p_IMPMOD,
                      qint16 p_IMPMRG);
-    // Prints the report line buffer as a listing in the orientation (1 portrait, 2 landscape).
-    // False after an error, which it reports.
-    bool lp_Imprimir_Control(const QString& p_IMPNOM, qint16 p_IMPTAM, qint16 p_PAGLIN,
-                             qint16 p_IMPMOD, qint16 p_IMPMRG, qint16 p_Orient);
 
 protected:
     void f11Pressed() override;
     void escapePressed() override;
 
 private:
-    // What F11 prints with.
-    enum class Output {
-        Declaration, // lp_Imprimir
-        Listing,     // lp_Imprimir_Control
-    };
-
     void buildControls();
     void load();
     void loadExportData();
+    // The validation, then the saving when asked for.
+    bool verify(SavedSettings saved);
     // Saves the printer's name when the list has printers.
     void savePrinter();
-    // Generates a report and prints it with the screen's settings.
-    bool produce(const ReportKind& kind, Output output, PageOrientation orientation);
-    // Prints the report line buffer with the screen's settings.
-    bool printBuffer(Output output, PageOrientation orientation);
-    // The method option's value: 1 text mode, 2 printer, 3 form (3 only for the declaration).
-    qint16 method(Output output) const;
-    PageOutput pageOutput(const PageSettings& settings, PageTitles titles);
+    PrintReport chosenReport() const;
+    // The screen's values as a print request: the chosen report and method, the settings
+    // (read as numbers, which throws for a box that holds none) and the export data.
+    PrintRequest request();
+    // The export data, sheet, output file and progress of a request, without the report,
+    // method and settings.
+    PrintRequest exportRequest();
     void showProgress(const QString& text);
 
     QRadioButton* m_opDESINS = nullptr;
@@ -100,6 +102,7 @@ private:
     QLineEdit* m_txtFACTU = nullptr;
     QLabel* m_lbMensaje = nullptr;
     std::function<void(const QString&)> m_progress;
+    QString m_outputFile;
 };
 
 } // namespace oquivran
