@@ -425,7 +425,7 @@ if atomic_cases or throughput:
     if throughput:
         count = max(len(runs["Throughput/%d" % p]) for p in throughput)
         section_text.append(
-            "Throughput: worker processes (tests/robustness/stress_worker.cpp) each discharging 50 "
+            "Throughput: worker processes (testing/stress_worker.cpp) each discharging 50 "
             "one-unit sub-items through `dischargeAsProposed`, atomic writes on, from one SQLite "
             "file whose stock covers about half of the demand, with no removals. Wall time from "
             "starting the processes to the last one ending, process start-up included; median of "

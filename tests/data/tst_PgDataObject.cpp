@@ -1,4 +1,4 @@
-#include "DataObjectContract.h"
+#include "DataObjectCalls.h"
 #include "LocaleText.h"
 #include "NumberFormat.h"
 #include "NumberText.h"
@@ -25,15 +25,19 @@ using oquivran::Recordset;
 using oquivran::RuntimeError;
 using oquivran::Schema;
 
-// The PostgreSQL side of the cases every data object shares (DataObjectContract.h): a schema
-// of its own on the throwaway server, and an observer connection that reads past the object.
-struct PostgresqlServer
+using namespace DataObjectCalls;
+
+// PgDataObject on the throwaway server: what only a server has (statements prepared on the
+// server, units of atomic writes, a connection that breaks), with the same results under both
+// decimal separators. The cases every data object shares are tst_DataObjectContract's.
+class tst_PgDataObject : public QObject
 {
-    using Object = PgDataObject;
+    Q_OBJECT
 
-    std::unique_ptr<PgTestDatabase> temp;
+private:
+    std::unique_ptr<PgTestDatabase> m_temp;
 
-    QSqlDatabase database() const { return temp->database(); }
+    QSqlDatabase db() const { return m_temp->database(); }
     // A value read past the object under test, on a connection of its own.
     QVariant scalar(const QString& sql) const
     {
@@ -50,52 +54,6 @@ struct PostgresqlServer
         const QVariant n = scalar(u"select count(*) from " + table);
         return n.isValid() ? n.toInt() : -1;
     }
-    static QString source() { return QStringLiteral("PgDataObject"); }
-    // A column keeps the type it was declared with: there is no class per value to check.
-    static QString typeOf(const QString&) { return QString(); }
-    static QString realType() { return QStringLiteral("DOUBLE PRECISION"); }
-    static QString noTableMessage() { return QStringLiteral("relation \"nope\" does not exist"); }
-    static QString notNullMessage() { return QStringLiteral("null value in column \"prdnro\""); }
-    static QString duplicateKeyMessage() { return QStringLiteral("duplicate key value"); }
-    static QString duplicateKeyCode() { return QStringLiteral("23505"); }
-    // A field the statement does not write keeps the server's name.
-    static QStringList fieldsAfterAddedColumn()
-    {
-        return {QStringLiteral("A"), QStringLiteral("b")};
-    }
-    // A statement read in part is closed on the server when the visit ends; nothing of it is
-    // seen from outside.
-    void nothingLeftReading() const {}
-    // Statements are prepared on the server per text; the fields of a changed table are read
-    // through open().
-    static void visitAfterAddedColumn(PgDataObject&, const QString&) {}
-};
-
-using Contract = DataObjectContract<PostgresqlServer>;
-
-// PgDataObject on the throwaway server: the cases every data object shares, with the same
-// results under both decimal separators, and what only a server has (statements prepared on
-// the server, units of atomic writes, a connection that breaks).
-class tst_PgDataObject : public QObject
-{
-    Q_OBJECT
-
-private:
-    PostgresqlServer m_server;
-
-    QSqlDatabase db() const { return m_server.database(); }
-    QVariant scalar(const QString& sql) const { return m_server.scalar(sql); }
-    int count(const QString& table) const { return m_server.count(table); }
-
-    static qint32 run(PgDataObject& dao, const QString& sql) { return Contract::run(dao, sql); }
-    static Recordset rows(PgDataObject& dao, const QString& sql)
-    {
-        return Contract::rows(dao, sql);
-    }
-    static RuntimeError errorOf(const std::function<void()>& call)
-    {
-        return Contract::errorOf(call);
-    }
 
 private Q_SLOTS:
     void initTestCase()
@@ -105,8 +63,8 @@ private Q_SLOTS:
     }
     void init()
     {
-        m_server.temp = std::make_unique<PgTestDatabase>();
-        QVERIFY(m_server.temp->isOpen());
+        m_temp = std::make_unique<PgTestDatabase>();
+        QVERIFY(m_temp->isOpen());
         Schema::create(db(), Schema::Database::Discharge);
         QVERIFY(QSqlDatabase::cloneDatabase(db(), QStringLiteral("observer")).open());
     }
@@ -114,64 +72,8 @@ private Q_SLOTS:
     {
         QSqlDatabase::database(QStringLiteral("observer"), false).close();
         QSqlDatabase::removeDatabase(QStringLiteral("observer"));
-        m_server.temp.reset();
+        m_temp.reset();
     }
-
-    void insertStoresNumbersAndDates() { Contract::insertStoresNumbersAndDates(m_server); }
-    void quotedLocaleValues_data() { Contract::quotedLocaleValuesData(); }
-    void quotedLocaleValues()
-    {
-        QFETCH(double, quantity);
-        QFETCH(QDate, date);
-        Contract::quotedLocaleValues(m_server, quantity, date);
-    }
-    void updateStoresFormattedReal() { Contract::updateStoresFormattedReal(m_server); }
-    void selectTop() { Contract::selectTop(m_server); }
-    void oneStatementOnly_data()
-    {
-        Contract::oneStatementOnlyData();
-        // Statements the server would run in one go are refused as well.
-        QTest::newRow("not shared") << QStringLiteral("create table X1 (A int); drop table PRD");
-    }
-    void oneStatementOnly()
-    {
-        QFETCH(QString, sql);
-        Contract::oneStatementOnly(m_server, sql);
-    }
-    void endingsOfOneStatement_data() { Contract::endingsOfOneStatementData(); }
-    void endingsOfOneStatement()
-    {
-        QFETCH(QString, ending);
-        Contract::endingsOfOneStatement(m_server, ending);
-    }
-    void emptyStatement_data() { Contract::emptyStatementData(); }
-    void emptyStatement()
-    {
-        QFETCH(QString, sql);
-        Contract::emptyStatement(m_server, sql);
-    }
-    void affectedRecords() { Contract::affectedRecords(m_server); }
-    void openWithoutRows() { Contract::openWithoutRows(m_server); }
-    void sumOverNoRows() { Contract::sumOverNoRows(m_server); }
-    void errorsCarryTheDatabaseMessage_data() { Contract::errorsCarryTheDatabaseMessageData(); }
-    void errorsCarryTheDatabaseMessage()
-    {
-        QFETCH(QString, sql);
-        QFETCH(QString, message);
-        Contract::errorsCarryTheDatabaseMessage(m_server, sql, message);
-    }
-    void duplicateKeyMessage() { Contract::duplicateKeyMessage(m_server); }
-    void quantityRoundTrip_data() { Contract::quantityRoundTripData(); }
-    void quantityRoundTrip()
-    {
-        QFETCH(double, quantity);
-        QFETCH(QString, formatted);
-        Contract::quantityRoundTrip(m_server, quantity, formatted);
-    }
-    void dateRoundTrip() { Contract::dateRoundTrip(m_server); }
-    void forEachRowWithoutRows() { Contract::forEachRowWithoutRows(m_server); }
-    void forEachRowKeepsItsStatement() { Contract::forEachRowKeepsItsStatement(m_server); }
-    void forEachRowAfterTableChange() { Contract::forEachRowAfterTableChange(m_server); }
 
     // format() on the server gives what NumberFormat gives here, for values that sit on a
     // rounding edge and for random ones, under the locale's separator.

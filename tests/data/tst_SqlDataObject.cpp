@@ -1,4 +1,4 @@
-#include "DataObjectContract.h"
+#include "DataObjectCalls.h"
 #include "NumberText.h"
 #include "Schema.h"
 #include "TempDatabase.h"
@@ -48,141 +48,36 @@ struct OtherConnection
     std::unique_ptr<SqlDataObject> dao;
 };
 
-// The SQLite side of the cases every data object shares (DataObjectContract.h).
-struct SqliteServer
-{
-    using Object = SqlDataObject;
+using namespace DataObjectCalls;
 
-    std::unique_ptr<TempDatabase> temp;
-
-    QSqlDatabase database() const { return temp->database(); }
-    // Row count of a table, read past the object under test.
-    int count(const QString& table) const
-    {
-        QSqlQuery query(database());
-        if (!query.exec(u"select count(*) from " + table) || !query.next())
-            return -1;
-        return query.value(0).toInt();
-    }
-    static QString source() { return QStringLiteral("SqlDataObject"); }
-    // SQLite stores each value with a class of its own, whatever the column declares.
-    static QString typeOf(const QString& column) { return u"typeof(" + column + u')'; }
-    static QString realType() { return QStringLiteral("REAL"); }
-    static QString noTableMessage() { return QStringLiteral("no such table: NOPE"); }
-    static QString notNullMessage()
-    {
-        return QStringLiteral("NOT NULL constraint failed: PRD.PRDNRO");
-    }
-    static QString duplicateKeyMessage() { return QStringLiteral("UNIQUE constraint failed"); }
-    // SQLITE_CONSTRAINT_PRIMARYKEY.
-    static QString duplicateKeyCode() { return QStringLiteral("1555"); }
-    static QStringList fieldsAfterAddedColumn()
-    {
-        return {QStringLiteral("A"), QStringLiteral("B")};
-    }
-    // Nothing is left reading: another connection can checkpoint and truncate the log.
-    void nothingLeftReading() const
-    {
-        QSqlQuery other(database());
-        QVERIFY(other.exec(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)")));
-        QVERIFY(other.next());
-        QCOMPARE(other.value(0).toInt(), 0);
-    }
-    // A kept statement whose table changed is prepared again with the new columns.
-    static void visitAfterAddedColumn(SqlDataObject& dao, const QString& sql)
-    {
-        QStringList fields;
-        dao.setSql(sql);
-        QVERIFY(dao.forEachRow([&](const oquivran::Recordset& row) {
-            fields = row.fieldNames();
-            return false;
-        }));
-        QCOMPARE(fields, fieldsAfterAddedColumn());
-    }
-};
-
-using Contract = DataObjectContract<SqliteServer>;
-
+// SqlDataObject on a SQLite file: what only SQLite has (storage classes, its connection
+// settings, the writer lock, rows read as they are asked for). The cases every data object
+// shares are tst_DataObjectContract's.
 class tst_SqlDataObject : public QObject
 {
     Q_OBJECT
 
 private:
-    SqliteServer m_server;
+    std::unique_ptr<TempDatabase> m_temp;
 
-    QSqlDatabase db() const { return m_server.database(); }
-    int count(const QString& table) const { return m_server.count(table); }
-
-    static qint32 run(SqlDataObject& dao, const QString& sql) { return Contract::run(dao, sql); }
-    static Recordset rows(SqlDataObject& dao, const QString& sql)
+    QSqlDatabase db() const { return m_temp->database(); }
+    // Row count of a table, read past the object under test.
+    int count(const QString& table) const
     {
-        return Contract::rows(dao, sql);
+        QSqlQuery query(db());
+        if (!query.exec(u"select count(*) from " + table) || !query.next())
+            return -1;
+        return query.value(0).toInt();
     }
-    static RuntimeError errorOf(const std::function<void()>& call)
-    {
-        return Contract::errorOf(call);
-    }
-    static QString quoted(double value) { return Contract::quoted(value); }
 
 private Q_SLOTS:
     void init()
     {
-        m_server.temp = std::make_unique<TempDatabase>();
-        QVERIFY(m_server.temp->isOpen());
+        m_temp = std::make_unique<TempDatabase>();
+        QVERIFY(m_temp->isOpen());
         Schema::create(db(), Schema::Database::Discharge);
     }
-    void cleanup() { m_server.temp.reset(); }
-
-    void insertStoresNumbersAndDates() { Contract::insertStoresNumbersAndDates(m_server); }
-    void quotedLocaleValues_data() { Contract::quotedLocaleValuesData(); }
-    void quotedLocaleValues()
-    {
-        QFETCH(double, quantity);
-        QFETCH(QDate, date);
-        Contract::quotedLocaleValues(m_server, quantity, date);
-    }
-    void updateStoresFormattedReal() { Contract::updateStoresFormattedReal(m_server); }
-    void selectTop() { Contract::selectTop(m_server); }
-    void oneStatementOnly_data() { Contract::oneStatementOnlyData(); }
-    void oneStatementOnly()
-    {
-        QFETCH(QString, sql);
-        Contract::oneStatementOnly(m_server, sql);
-    }
-    void endingsOfOneStatement_data() { Contract::endingsOfOneStatementData(); }
-    void endingsOfOneStatement()
-    {
-        QFETCH(QString, ending);
-        Contract::endingsOfOneStatement(m_server, ending);
-    }
-    void emptyStatement_data() { Contract::emptyStatementData(); }
-    void emptyStatement()
-    {
-        QFETCH(QString, sql);
-        Contract::emptyStatement(m_server, sql);
-    }
-    void affectedRecords() { Contract::affectedRecords(m_server); }
-    void openWithoutRows() { Contract::openWithoutRows(m_server); }
-    void sumOverNoRows() { Contract::sumOverNoRows(m_server); }
-    void errorsCarryTheDatabaseMessage_data() { Contract::errorsCarryTheDatabaseMessageData(); }
-    void errorsCarryTheDatabaseMessage()
-    {
-        QFETCH(QString, sql);
-        QFETCH(QString, message);
-        Contract::errorsCarryTheDatabaseMessage(m_server, sql, message);
-    }
-    void duplicateKeyMessage() { Contract::duplicateKeyMessage(m_server); }
-    void quantityRoundTrip_data() { Contract::quantityRoundTripData(); }
-    void quantityRoundTrip()
-    {
-        QFETCH(double, quantity);
-        QFETCH(QString, formatted);
-        Contract::quantityRoundTrip(m_server, quantity, formatted);
-    }
-    void dateRoundTrip() { Contract::dateRoundTrip(m_server); }
-    void forEachRowWithoutRows() { Contract::forEachRowWithoutRows(m_server); }
-    void forEachRowKeepsItsStatement() { Contract::forEachRowKeepsItsStatement(m_server); }
-    void forEachRowAfterTableChange() { Contract::forEachRowAfterTableChange(m_server); }
+    void cleanup() { m_temp.reset(); }
 
     void valueTypes()
     {
@@ -275,7 +170,7 @@ private Q_SLOTS:
                      .value(QStringLiteral("timeout"))
                      .toInt(),
                  5000);
-        QCOMPARE(dao.database().connectionName(), m_server.temp->connectionName());
+        QCOMPARE(dao.database().connectionName(), m_temp->connectionName());
     }
 
     void openFailure()
@@ -283,8 +178,7 @@ private Q_SLOTS:
         const QString name = QStringLiteral("tst_SqlDataObject-unopenable");
         {
             QSqlDatabase bad = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
-            bad.setDatabaseName(m_server.temp->folder() +
-                                QStringLiteral("/missing/folder/x.sqlite"));
+            bad.setDatabaseName(m_temp->folder() + QStringLiteral("/missing/folder/x.sqlite"));
             SqlDataObject dao(bad);
             dao.setSql(QStringLiteral("select 1"));
             const RuntimeError error = errorOf([&] { dao.execute(); });
@@ -339,7 +233,7 @@ private Q_SLOTS:
             SqlDataObject dao(db());
             run(dao, QStringLiteral("select 1"));
             QSqlDatabase locker = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
-            locker.setDatabaseName(m_server.temp->filePath());
+            locker.setDatabaseName(m_temp->filePath());
             QVERIFY(locker.open());
             QSqlQuery lock(locker);
             QVERIFY(lock.exec(QStringLiteral("begin exclusive")));
@@ -364,7 +258,7 @@ private Q_SLOTS:
     void unitTakesEffectAtCommit()
     {
         SqlDataObject dao(db());
-        OtherConnection other(m_server.temp->filePath());
+        OtherConnection other(m_temp->filePath());
         dao.transaction();
         run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P1')"));
         run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P2')"));
@@ -397,7 +291,7 @@ private Q_SLOTS:
         SqlDataObject dao(db());
         dao.setLockWait(200);
         QCOMPARE(dao.lockWait(), 200);
-        OtherConnection other(m_server.temp->filePath());
+        OtherConnection other(m_temp->filePath());
         other.dao->transaction();
         run(*other.dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P')"));
 
@@ -443,7 +337,7 @@ private Q_SLOTS:
         for (int i = 1; i <= 5; ++i)
             run(dao, u"insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('C', 'P" +
                          QString::number(i) + u"', " + QString::number(i) + u")");
-        OtherConnection other(m_server.temp->filePath());
+        OtherConnection other(m_temp->filePath());
         other.dao->setLockWait(0);
         const auto readSome = [&dao](int from) {
             dao.setSql(u"select PRDNRO from PRD where PRDMUL >= " + QString::number(from));

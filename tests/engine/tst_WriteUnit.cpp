@@ -24,20 +24,13 @@ using namespace oquivran;
 namespace {
 
 // A host's own data object that runs statements but has no units of its own.
-class PlainDataObject : public DataObject
+class PlainDataObject : public ForwardingDataObject
 {
 public:
-    explicit PlainDataObject(DataObject* target) : m_target(target) {}
-    void setSql(const QString& sql) override
+    explicit PlainDataObject(DataObject* target)
+        : ForwardingDataObject(target, Forwarding::Statements)
     {
-        DataObject::setSql(sql);
-        m_target->setSql(sql);
     }
-    bool open(Recordset& rs) override { return m_target->open(rs); }
-    qint32 execute() override { return m_target->execute(); }
-
-private:
-    DataObject* m_target;
 };
 
 void seed(DischargeFixture& f)

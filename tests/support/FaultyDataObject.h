@@ -1,7 +1,6 @@
 #pragma once
 
-#include <oquivran/DataObject.h>
-#include <oquivran/Recordset.h>
+#include "ForwardingDataObject.h"
 
 #include <QStringList>
 
@@ -12,10 +11,10 @@
 // it from another connection, taking its file away; or, with beforeEach, before every
 // statement (throwing there fails the statement). Records the statements it saw. Units, their
 // waits and their conflicts are the target's.
-class FaultyDataObject : public oquivran::DataObject
+class FaultyDataObject : public ForwardingDataObject
 {
 public:
-    explicit FaultyDataObject(oquivran::DataObject* target) : m_target(target) {}
+    explicit FaultyDataObject(oquivran::DataObject* target) : ForwardingDataObject(target) {}
 
     // Runs fault before the nth statement from now (1 = the next one).
     void faultAt(int n, std::function<void()> fault)
@@ -23,37 +22,13 @@ public:
         m_faultAt = int(statements.size()) + n;
         m_fault = std::move(fault);
     }
-    void setSql(const QString& sql) override
-    {
-        DataObject::setSql(sql);
-        m_target->setSql(sql);
-    }
-    bool open(oquivran::Recordset& rs) override
-    {
-        before();
-        return m_target->open(rs);
-    }
-    void transaction() override { m_target->transaction(); }
-    void commit() override { m_target->commit(); }
-    void rollback() override { m_target->rollback(); }
-    int lockWait() const override { return m_target->lockWait(); }
-    bool isConflict(const oquivran::RuntimeError& error) const override
-    {
-        return m_target->isConflict(error);
-    }
-    void lockStock(const QStringList& inputCodes, int milliseconds) override
-    {
-        m_target->lockStock(inputCodes, milliseconds);
-    }
-    void unlockStock() override { m_target->unlockStock(); }
-    qint32 execute() override
-    {
-        before();
-        return m_target->execute();
-    }
 
     QStringList statements; // every text run, in order, the faulted one included
     std::function<void(const QString& sql)> beforeEach;
+
+protected:
+    void aboutToQuery() override { before(); }
+    void aboutToExecute() override { before(); }
 
 private:
     void before()
@@ -65,7 +40,6 @@ private:
             m_fault();
     }
 
-    oquivran::DataObject* m_target;
     int m_faultAt = -1;
     std::function<void()> m_fault;
 };

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <oquivran/DataObject.h>
-#include <oquivran/Recordset.h>
+#include "ForwardingDataObject.h"
+
 #include <oquivran/RuntimeError.h>
 
 #include <QStringList>
@@ -9,37 +9,14 @@
 // A data-access object that records every SQL text it is asked to run and hands it to another
 // data-access object (usually a SqlDataObject). It can fail the Nth execute() on purpose, as a
 // database error would, to show what a routine leaves behind.
-class RecordingDataObject : public oquivran::DataObject
+class RecordingDataObject : public ForwardingDataObject
 {
 public:
-    explicit RecordingDataObject(oquivran::DataObject* target) : m_target(target) {}
-
-    void setSql(const QString& sql) override
+    // Units of atomic writes are the target's; waits and conflicts are not (a host's own object
+    // without them).
+    explicit RecordingDataObject(oquivran::DataObject* target)
+        : ForwardingDataObject(target, Forwarding::NoWaits)
     {
-        DataObject::setSql(sql);
-        m_target->setSql(sql);
-    }
-    bool open(oquivran::Recordset& rs) override
-    {
-        opened.append(m_sql);
-        statements.append(m_sql);
-        return m_target->open(rs);
-    }
-    // Units of atomic writes are the target's.
-    void transaction() override { m_target->transaction(); }
-    void commit() override { m_target->commit(); }
-    void rollback() override { m_target->rollback(); }
-    qint32 execute() override
-    {
-        ++m_executeCount;
-        if (m_failExecuteAt == m_executeCount) {
-            failedStatement = m_sql;
-            throw oquivran::RuntimeError(oquivran::DatabaseError, QStringLiteral("disk I/O error"),
-                                         QStringLiteral("test"));
-        }
-        executed.append(m_sql);
-        statements.append(m_sql);
-        return m_target->execute();
     }
 
     // Makes the nth execute() from now on (1 = the next) throw instead of running.
@@ -56,8 +33,25 @@ public:
     QStringList executed;
     QString failedStatement;
 
+protected:
+    void aboutToQuery() override
+    {
+        opened.append(m_sql);
+        statements.append(m_sql);
+    }
+    void aboutToExecute() override
+    {
+        ++m_executeCount;
+        if (m_failExecuteAt == m_executeCount) {
+            failedStatement = m_sql;
+            throw oquivran::RuntimeError(oquivran::DatabaseError, QStringLiteral("disk I/O error"),
+                                         QStringLiteral("test"));
+        }
+        executed.append(m_sql);
+        statements.append(m_sql);
+    }
+
 private:
-    oquivran::DataObject* m_target;
     int m_executeCount = 0;
     int m_failExecuteAt = -1;
 };

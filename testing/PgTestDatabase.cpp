@@ -1,0 +1,91 @@
+#include "PgTestDatabase.h"
+
+#include <QCoreApplication>
+#include <QFile>
+#include <QSqlError>
+#include <QSqlQuery>
+
+PgTestDatabase::PgTestDatabase() : m_name(nextName())
+{
+    const QStringList settings = connectionSettings();
+    if (settings.isEmpty())
+        return;
+    m_schema = m_name.toLower().replace(u'-', u'_');
+    if (!administer(u"create schema " + m_schema))
+        return;
+    QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), m_name);
+    configure(db, settings);
+    db.setConnectOptions(u"options='-c search_path=" + m_schema + u'\'');
+    m_open = db.open();
+    if (!m_open)
+        qWarning("PgTestDatabase: %s", qPrintable(db.lastError().text()));
+}
+
+PgTestDatabase::~PgTestDatabase()
+{
+    {
+        QSqlDatabase db = QSqlDatabase::database(m_name, false);
+        db.close();
+    }
+    QSqlDatabase::removeDatabase(m_name);
+    if (!m_schema.isEmpty())
+        administer(u"drop schema if exists " + m_schema + u" cascade");
+}
+
+bool PgTestDatabase::requested()
+{
+    return qEnvironmentVariable("OQUIVRAN_TEST_DATABASE") == QLatin1String("postgresql");
+}
+
+QStringList PgTestDatabase::connectionSettings()
+{
+    QFile file(qEnvironmentVariable("OQUIVRAN_TEST_POSTGRESQL"));
+    if (!file.open(QIODevice::ReadOnly)) {
+        qWarning("PgTestDatabase: no throwaway server (OQUIVRAN_TEST_POSTGRESQL=%s)",
+                 qPrintable(file.fileName()));
+        return {};
+    }
+    return QString::fromUtf8(file.readAll()).simplified().split(u' ', Qt::SkipEmptyParts);
+}
+
+void PgTestDatabase::configure(QSqlDatabase& db, const QStringList& settings)
+{
+    for (const QString& setting : settings) {
+        const QString key = setting.section(u'=', 0, 0);
+        const QString value = setting.section(u'=', 1);
+        if (key == u"host")
+            db.setHostName(value);
+        else if (key == u"port")
+            db.setPort(value.toInt());
+        else if (key == u"user")
+            db.setUserName(value);
+        else if (key == u"dbname")
+            db.setDatabaseName(value);
+    }
+}
+
+bool PgTestDatabase::administer(const QString& sql)
+{
+    const QString name = QStringLiteral("PgTestDatabase-admin");
+    QSqlDatabase admin = QSqlDatabase::database(name, false);
+    if (!admin.isValid()) {
+        admin = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), name);
+        configure(admin, connectionSettings());
+    }
+    if (!admin.isOpen() && !admin.open()) {
+        qWarning("PgTestDatabase: %s", qPrintable(admin.lastError().text()));
+        return false;
+    }
+    QSqlQuery query(admin);
+    if (!query.exec(sql)) {
+        qWarning("PgTestDatabase: %s: %s", qPrintable(sql), qPrintable(query.lastError().text()));
+        return false;
+    }
+    return true;
+}
+
+QString PgTestDatabase::nextName()
+{
+    static int counter = 0;
+    return QStringLiteral("T%1-%2").arg(QCoreApplication::applicationPid()).arg(++counter);
+}
