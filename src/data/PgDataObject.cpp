@@ -7,6 +7,7 @@
 #include "LiteralParameters.h"
 #include "NumberText.h"
 #include "Schema.h"
+#include "SqlLexer.h"
 #include "StatementRewriter.h"
 #include "Visiting.h"
 
@@ -493,7 +494,7 @@ struct PgDataObject::Private
         return kind;
     }
 
-    StatementRewriter::Translation translate(PGconn* c, const QString& text)
+    StatementRewriter::Translation translate(PGconn* c, const SqlLexer::Lexed& text)
     {
         StatementRewriter::Translation translation;
         try {
@@ -519,11 +520,12 @@ struct PgDataObject::Private
     Call prepare(PGconn* c, const QString& sql)
     {
         Call call;
-        std::optional<LiteralParameters::Result> shared = LiteralParameters::extract(sql);
+        const SqlLexer::Lexed lexed = SqlLexer::lex(sql);
+        std::optional<LiteralParameters::Result> shared = LiteralParameters::extract(lexed);
         if (shared) {
             auto found = statements.find(shared->text);
             if (found == statements.end()) {
-                const StatementRewriter::Translation translation = translate(c, shared->text);
+                const StatementRewriter::Translation translation = translate(c, shared->lexed());
                 if (translation.parameters.size() == shared->values.size() &&
                     PQtransactionStatus(c) != PQTRANS_INERROR) {
                     Statement statement;
@@ -550,7 +552,7 @@ struct PgDataObject::Private
                 return call;
             }
         }
-        call.text = translate(c, sql).text;
+        call.text = translate(c, lexed).text;
         call.written = sql;
         return call;
     }

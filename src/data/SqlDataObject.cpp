@@ -5,6 +5,7 @@
 
 #include "DisjunctionPlanner.h"
 #include "LiteralParameters.h"
+#include "SqlLexer.h"
 #include "SqliteFunctions.h"
 #include "StatementCache.h"
 #include "StatementRewriter.h"
@@ -174,16 +175,19 @@ int prepareNext(sqlite3* connection, const char*& begin, const char* end, Statem
 }
 
 // Prepares the text, which must hold exactly one statement, as SQLite runs it.
-void prepare(sqlite3* connection, const QString& sql, Statement& statement)
+void prepare(sqlite3* connection, const SqlLexer::Lexed& sql, Statement& statement)
 {
-    const QString rewritten =
-        StatementRewriter::rewrite(sql, [connection](const QString& table, const QString& column) {
+    const StatementRewriter::Translation translation = StatementRewriter::translate(
+        sql,
+        [connection](const QString& table, const QString& column) {
             return columnKind(connection, table, column);
-        });
+        },
+        SqlDialect::sqlite());
+    const QString& rewritten = translation.text;
     // A condition with a disjunction of keys is read by one index lookup per branch; a planned
     // text that does not prepare runs as written, and its errors read as they would.
     const QString planned =
-        DisjunctionPlanner::plan(rewritten, DisjunctionPlanner::catalogOf(connection));
+        DisjunctionPlanner::plan(translation.lexed(), DisjunctionPlanner::catalogOf(connection));
     if (planned != rewritten) {
         const QByteArray text = planned.toUtf8();
         if (sqlite3_prepare_v2(connection, text.constData(), int(text.size()), statement.out(),
@@ -290,7 +294,7 @@ StatementCache::Entry* sharedStatement(sqlite3* connection, StatementCache& cach
     if (!entry) {
         Statement statement;
         try {
-            prepare(connection, shared->text, statement);
+            prepare(connection, shared->lexed(), statement);
         } catch (const RuntimeError&) {
             return nullptr;
         }
@@ -403,7 +407,7 @@ void runQuery(sqlite3* db, StatementCache& cache, const QString& sql,
         cache.clear();
     }
     Statement statement;
-    prepare(db, sql, statement);
+    prepare(db, SqlLexer::lex(sql), statement);
     StatementCache::Entry described;
     described.statement = statement.get();
     describe(described);
@@ -531,7 +535,7 @@ qint32 SqlDataObject::execute()
     // Statements kept may not outlive a change of the tables made here.
     m_statements->clear();
     Statement statement;
-    prepare(db, m_sql, statement);
+    prepare(db, SqlLexer::lex(m_sql), statement);
     return runAction(db, statement.get());
 }
 
