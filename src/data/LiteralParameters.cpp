@@ -47,7 +47,7 @@ enum class Keyword {
 
 // The keyword a word is, told apart by its length and first letter before any comparison:
 // most words of a statement are names and leave after one or two tests.
-inline Keyword keywordOf(QStringView word)
+Q_ALWAYS_INLINE Keyword keywordOf(QStringView word)
 {
     const qsizetype size = word.size();
     if (size < 2 || size > 9)

@@ -32,6 +32,14 @@ public:
         qsizetype start;
         qsizetype end;
 
+        // Tokens are made by the lexer, which sets every member: a list of them is sized
+        // without clearing what it is about to overwrite.
+        Token() noexcept {}
+        Token(Kind kind, int depth, qsizetype start, qsizetype end) noexcept
+            : kind(kind), depth(depth), start(start), end(end)
+        {
+        }
+
         qsizetype size() const { return end - start; }
         friend bool operator==(const Token&, const Token&) = default;
     };
