@@ -23,7 +23,9 @@ public:
     {
     }
 
+    // The number of tokens.
     qsizetype count() const { return m_tokens.size(); }
+    // The token at index, which must be in range.
     const Token& at(qsizetype index) const { return m_tokens.at(index); }
 
     // The token's text as written.
