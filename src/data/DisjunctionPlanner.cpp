@@ -1,5 +1,7 @@
 #include "DisjunctionPlanner.h"
 
+#include "SqlTokenCursor.h"
+
 #include <QByteArray>
 #include <QStringView>
 
@@ -11,120 +13,8 @@ namespace oquivran {
 
 namespace {
 
-enum class TokenKind {
-    Word,       // an unquoted name or keyword
-    QuotedName, // "name", [name] or `name`
-    Text,       // 'text'
-    Number,
-    Parameter, // ?, ?N, :name, @name, $name
-    Symbol,    // an operator or punctuation, one or two characters
-};
-
-struct Token
-{
-    TokenKind kind;
-    qsizetype begin;
-    qsizetype end;
-    int depth; // parentheses open before the token
-};
-
-bool isNameStart(QChar c)
-{
-    return c.isLetter() || c == u'_' || c.unicode() >= 128;
-}
-
-bool isNameChar(QChar c)
-{
-    return isNameStart(c) || c.isDigit() || c == u'$';
-}
-
-// The tokens of sql, without blanks and comments; nothing when a quote or comment is not
-// closed.
-std::optional<QList<Token>> tokens(QStringView sql)
-{
-    QList<Token> result;
-    int depth = 0;
-    const qsizetype n = sql.size();
-    qsizetype i = 0;
-    const auto closing = [&](qsizetype from, QChar close) -> qsizetype {
-        // Past the closing character; a doubled one stands for itself.
-        for (qsizetype j = from; j < n; ++j) {
-            if (sql[j] != close)
-                continue;
-            if (close != u']' && j + 1 < n && sql[j + 1] == close) {
-                ++j;
-                continue;
-            }
-            return j + 1;
-        }
-        return -1;
-    };
-    while (i < n) {
-        const QChar c = sql[i];
-        if (c.isSpace()) {
-            ++i;
-            continue;
-        }
-        if (c == u'-' && i + 1 < n && sql[i + 1] == u'-') {
-            while (i < n && sql[i] != u'\n')
-                ++i;
-            continue;
-        }
-        if (c == u'/' && i + 1 < n && sql[i + 1] == u'*') {
-            const qsizetype close = sql.indexOf(u"*/", i + 2);
-            if (close < 0)
-                return std::nullopt;
-            i = close + 2;
-            continue;
-        }
-        Token token{TokenKind::Symbol, i, i + 1, depth};
-        if (c == u'\'' || c == u'"' || c == u'`' || c == u'[') {
-            token.kind = c == u'\'' ? TokenKind::Text : TokenKind::QuotedName;
-            token.end = closing(i + 1, c == u'[' ? QChar(u']') : c);
-            if (token.end < 0)
-                return std::nullopt;
-        } else if (c.isDigit() || (c == u'.' && i + 1 < n && sql[i + 1].isDigit())) {
-            token.kind = TokenKind::Number;
-            qsizetype j = i;
-            while (j < n && (sql[j].isLetterOrNumber() || sql[j] == u'.' ||
-                             ((sql[j] == u'+' || sql[j] == u'-') &&
-                              (sql[j - 1] == u'e' || sql[j - 1] == u'E'))))
-                ++j;
-            token.end = j;
-        } else if (c == u'?' || c == u':' || c == u'@' || c == u'$') {
-            token.kind = TokenKind::Parameter;
-            qsizetype j = i + 1;
-            while (j < n && isNameChar(sql[j]))
-                ++j;
-            token.end = j;
-        } else if (isNameStart(c)) {
-            token.kind = TokenKind::Word;
-            qsizetype j = i + 1;
-            while (j < n && isNameChar(sql[j]))
-                ++j;
-            token.end = j;
-        } else {
-            static const QStringView pairs[] = {u"==", u"<=", u">=", u"<>", u"!=",
-                                                u"||", u"<<", u">>", u"->"};
-            for (const QStringView pair : pairs) {
-                if (sql.mid(i).startsWith(pair))
-                    token.end = i + 2;
-            }
-            if (c == u'(') {
-                ++depth;
-            } else if (c == u')') {
-                if (--depth < 0)
-                    return std::nullopt;
-                token.depth = depth;
-            }
-        }
-        result.append(token);
-        i = token.end;
-    }
-    if (depth != 0)
-        return std::nullopt;
-    return result;
-}
+using Token = SqlLexer::Token;
+using TokenKind = SqlLexer::Token::Kind;
 
 // A clause of the statement: tokens first..last - 1.
 struct Span
@@ -145,35 +35,25 @@ struct Comparison
 class Statement
 {
 public:
-    Statement(const QString& sql, QList<Token> tokens) : m_sql(sql), m_tokens(std::move(tokens)) {}
+    explicit Statement(const SqlLexer::Lexed& sql)
+        : m_sql(sql.text), m_tokens(sql.tokens), m_cursor(sql)
+    {
+    }
 
     QStringView text(const Token& token) const
     {
-        return QStringView(m_sql).mid(token.begin, token.end - token.begin);
+        return QStringView(m_sql).mid(token.start, token.end - token.start);
     }
-    bool is(qsizetype index, QStringView word) const
-    {
-        return index < m_tokens.size() && m_tokens.at(index).kind == TokenKind::Word &&
-               text(m_tokens.at(index)).compare(word, Qt::CaseInsensitive) == 0;
-    }
+    bool is(qsizetype index, QStringView word) const { return m_cursor.isWord(index, word); }
     bool isSymbol(qsizetype index, QStringView symbol) const
     {
-        return index < m_tokens.size() && m_tokens.at(index).kind == TokenKind::Symbol &&
-               text(m_tokens.at(index)) == symbol;
+        return m_cursor.isSymbol(index, symbol);
     }
     // The first token at depth from..to that is one of words; -1 when none.
     qsizetype find(qsizetype from, qsizetype to, int depth,
                    std::initializer_list<QStringView> words) const
     {
-        for (qsizetype i = from; i < to; ++i) {
-            if (m_tokens.at(i).depth != depth)
-                continue;
-            for (const QStringView word : words) {
-                if (is(i, word))
-                    return i;
-            }
-        }
-        return -1;
+        return m_cursor.findWord(from, to, depth, words);
     }
     // The parts of a span separated by a word at the span's depth.
     QList<Span> split(Span span, int depth, QStringView word) const
@@ -217,10 +97,10 @@ public:
     QString source(Span span) const
     {
         QString result;
-        qsizetype copied = m_tokens.at(span.first).begin;
+        qsizetype copied = m_tokens.at(span.first).start;
         for (qsizetype i = span.first; i < span.last; ++i) {
             const Token& token = m_tokens.at(i);
-            result += QStringView(m_sql).mid(copied, token.begin - copied);
+            result += QStringView(m_sql).mid(copied, token.start - copied);
             result += numbered(i);
             copied = token.end;
         }
@@ -245,8 +125,8 @@ public:
             const Token& token = m_tokens.at(i);
             if (token.kind != TokenKind::Parameter || text(token) != u"?")
                 continue;
-            insertUpTo(token.begin);
-            result += QStringView(m_sql).mid(copied, token.begin - copied);
+            insertUpTo(token.start);
+            result += QStringView(m_sql).mid(copied, token.start - copied);
             result += numbered(i);
             copied = token.end;
         }
@@ -271,8 +151,9 @@ private:
         return u'?' + QString::number(number);
     }
 
-    QString m_sql;
-    QList<Token> m_tokens;
+    const QString& m_sql;
+    const QList<Token>& m_tokens;
+    SqlTokenCursor m_cursor;
 };
 
 // The table of the statement a column belongs to; empty when none or several do.
@@ -312,10 +193,15 @@ bool lookedUp(const QList<QStringList>& indexes, const QStringList& keyed, const
 
 QString DisjunctionPlanner::plan(const QString& sql, const Catalog& catalog)
 {
-    const std::optional<QList<Token>> lexed = tokens(sql);
-    if (!lexed || lexed->isEmpty())
+    return plan(SqlLexer::lex(sql), catalog);
+}
+
+QString DisjunctionPlanner::plan(const SqlLexer::Lexed& lexed, const Catalog& catalog)
+{
+    const QString& sql = lexed.text;
+    if (!lexed.isLexed() || lexed.tokens.isEmpty())
         return sql;
-    const Statement statement(sql, *lexed);
+    const Statement statement(lexed);
     const QList<Token>& all = statement.tokens();
     qsizetype end = all.size();
     for (qsizetype i = 0; i < all.size(); ++i) {

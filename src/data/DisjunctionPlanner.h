@@ -1,5 +1,7 @@
 #pragma once
 
+#include "SqlLexer.h"
+
 #include <QList>
 #include <QString>
 #include <QStringList>
@@ -40,7 +42,10 @@ public:
 
     // The planned text, or sql itself when the statement is not of that form, has a LIMIT,
     // RETURNING, a compound select or parameters other than "?", or when some branch has no
-    // index to look its rows up by (the keys' columns and the branch's column leading it).
+    // index to look its rows up by (the keys' columns and the branch's column leading it), or
+    // when the text does not lex. Reads the tokens given, without lexing again.
+    static QString plan(const SqlLexer::Lexed& sql, const Catalog& catalog);
+    // The same of a text not lexed yet.
     static QString plan(const QString& sql, const Catalog& catalog);
 };
 

@@ -2,46 +2,9 @@
 
 #include <QStringView>
 
-#include <array>
-
 namespace oquivran {
 
 namespace {
-
-// Character classes of ASCII; every other code unit is a word character, or a blank when
-// Unicode says so.
-enum CharClass : unsigned char { Other = 0, Blank = 1, Word = 2, Digit = 4 };
-
-constexpr std::array<unsigned char, 128> asciiClasses = [] {
-    std::array<unsigned char, 128> classes{};
-    for (char16_t c = u'\t'; c <= u'\r'; ++c)
-        classes[c] = Blank;
-    classes[u' '] = Blank;
-    for (char16_t c = u'a'; c <= u'z'; ++c)
-        classes[c] = Word;
-    for (char16_t c = u'A'; c <= u'Z'; ++c)
-        classes[c] = Word;
-    for (char16_t c = u'0'; c <= u'9'; ++c)
-        classes[c] = Word | Digit;
-    classes[u'_'] = Word;
-    classes[u'$'] = Word;
-    return classes;
-}();
-
-inline bool isBlank(char16_t c)
-{
-    return c < 128 ? asciiClasses[c] == Blank : QChar(c).isSpace();
-}
-
-inline bool isWordChar(char16_t c)
-{
-    return c >= 128 || (asciiClasses[c] & Word) != 0;
-}
-
-inline bool isDigit(char16_t c)
-{
-    return c >= u'0' && c <= u'9';
-}
 
 // SQL keywords are ASCII and match without regard to ASCII case, as SQLite reads them; the
 // keyword's length is known at compile time, so most words are told apart by length alone.
@@ -84,7 +47,7 @@ enum class Keyword {
 
 // The keyword a word is, told apart by its length and first letter before any comparison:
 // most words of a statement are names and leave after one or two tests.
-Keyword keywordOf(QStringView word)
+Q_ALWAYS_INLINE Keyword keywordOf(QStringView word)
 {
     const qsizetype size = word.size();
     if (size < 2 || size > 9)
@@ -157,114 +120,107 @@ Keyword keywordOf(QStringView word)
 
 } // namespace
 
+SqlLexer::Lexed LiteralParameters::Result::lexed() const
+{
+    // A literal taken out is a "?" in the text made, where the source had a quote, a digit or
+    // a "." before a digit: what the text made holds at a token's place tells them apart.
+    SqlLexer::Lexed lexed{text, sourceTokens};
+    qsizetype shift = 0;
+    for (SqlLexer::Token& token : lexed.tokens) {
+        const qsizetype size = token.size();
+        token.start -= shift;
+        const bool takenOut = (token.kind == SqlLexer::Token::Kind::Text ||
+                               token.kind == SqlLexer::Token::Kind::Number) &&
+                              text.at(token.start) == u'?';
+        if (takenOut) {
+            shift += size - 1;
+            token.kind = SqlLexer::Token::Kind::Parameter;
+        }
+        token.end = token.start + (takenOut ? 1 : size);
+    }
+    return lexed;
+}
+
 std::optional<LiteralParameters::Result> LiteralParameters::extract(const QString& sql)
 {
-    const qsizetype size = sql.size();
-    const QStringView view(sql);
+    return extract(SqlLexer::lex(sql));
+}
+
+std::optional<LiteralParameters::Result> LiteralParameters::extract(const SqlLexer::Lexed& sql)
+{
+    using Kind = SqlLexer::Token::Kind;
+    const QList<SqlLexer::Token>& tokens = sql.tokens;
+    if (!sql.isLexed() || tokens.isEmpty() || tokens.first().kind != Kind::Word)
+        return std::nullopt;
+    const QStringView view(sql.text);
     const char16_t* const text = view.utf16();
     Result result;
-    result.text.reserve(size);
+    const Keyword first = keywordOf(view.mid(tokens.first().start, tokens.first().size()));
+    const bool isSelect = first == Keyword::Select;
+    if (!isSelect && first != Keyword::Insert && first != Keyword::Update &&
+        first != Keyword::Delete)
+        return std::nullopt;
+    result.text.reserve(view.size());
     // Statements of the component carry up to two dozen values.
     result.values.reserve(24);
-    bool isSelect = false;
-    bool pastResultColumns = true;
-    bool firstWord = true;
-    bool inOrdinalClause = false; // after ORDER BY or GROUP BY, until another clause
-    int depth = 0;
-    Keyword previous = Keyword::None; // the word before, when it was a keyword
+    // The tokens of the text made are worked out only when a translation needs them: most
+    // runs find their statement kept and need none.
+    result.sourceTokens = tokens;
+    bool pastResultColumns = !isSelect;
+    bool inOrdinalClause = false;     // after ORDER BY or GROUP BY, until another clause
+    Keyword previous = Keyword::None; // the token before, when it was a keyword
     qsizetype copied = 0;
 
-    const auto takeOut = [&](qsizetype start, qsizetype end, QVariant&& value) {
-        result.text += view.mid(copied, start - copied);
+    const auto takeOut = [&](const SqlLexer::Token& token, QVariant&& value) {
+        result.text += view.mid(copied, token.start - copied);
         result.text += u'?';
         result.values.append(std::move(value));
-        copied = end;
+        copied = token.end;
     };
 
-    qsizetype i = 0;
-    while (i < size) {
-        const char16_t c = text[i];
-        if (isBlank(c)) {
-            ++i;
-            continue;
-        }
-        if (c == u'-' && i + 1 < size && text[i + 1] == u'-') {
-            while (i < size && text[i] != u'\n')
-                ++i;
-            continue;
-        }
-        if (c == u'/' && i + 1 < size && text[i + 1] == u'*') {
-            const qsizetype close = sql.indexOf(u"*/", i + 2);
-            if (close < 0)
-                return std::nullopt;
-            i = close + 2;
-            continue;
-        }
-        if (c == u'\'' || c == u'"' || c == u'`' || c == u'[') {
-            const char16_t closing = c == u'[' ? u']' : c;
-            const qsizetype start = i++;
-            // The text between the quotes, a doubled closing quote standing for one.
-            QString value;
-            bool closed = false;
-            while (i < size) {
-                const qsizetype found = sql.indexOf(QChar(closing), i);
-                if (found < 0)
-                    break;
-                value += view.mid(i, found - i);
-                if (closing != u']' && found + 1 < size && text[found + 1] == closing) {
-                    value += QChar(closing);
-                    i = found + 2;
-                    continue;
-                }
-                i = found + 1;
-                closed = true;
-                break;
+    for (qsizetype index = 0; index < tokens.size(); ++index) {
+        const SqlLexer::Token& token = tokens.at(index);
+        const Kind kind = token.kind;
+        const Keyword keyword = previous;
+        previous = Keyword::None;
+        switch (kind) {
+        case Kind::Text: {
+            // x'0A' is a blob: a word or number written right before the quote.
+            const bool blob = tokens.at(index - 1).end == token.start &&
+                              (tokens.at(index - 1).kind == Kind::Word ||
+                               tokens.at(index - 1).kind == Kind::Number);
+            if (!blob && pastResultColumns && keyword != Keyword::As) {
+                // The text between the quotes, a doubled quote standing for one.
+                QString value = view.mid(token.start + 1, token.size() - 2).toString();
+                if (value.contains(u'\''))
+                    value.replace(QStringLiteral("''"), QStringLiteral("'"));
+                takeOut(token, QVariant(value));
+                continue;
             }
-            if (!closed)
-                return std::nullopt;
-            const bool blob = start > 0 && isWordChar(text[start - 1]);
-            if (c == u'\'' && !blob && pastResultColumns && previous != Keyword::As)
-                takeOut(start, i, QVariant(value));
-            previous = Keyword::None;
-            continue;
+            break;
         }
-        if (isDigit(c)) {
-            const qsizetype start = i;
-            bool plain = true;
-            while (i < size && isWordChar(text[i])) {
-                plain = plain && isDigit(text[i]);
-                ++i;
-            }
-            plain = plain && i - start <= 18 && (i >= size || text[i] != u'.') &&
-                    (start == 0 || text[start - 1] != u'.');
-            if (plain && pastResultColumns && !inOrdinalClause && previous != Keyword::Top) {
-                // At most 18 digits: the value fits without overflow.
+        case Kind::Number: {
+            // At most 18 digits: the value fits without overflow.
+            const qsizetype size = token.size();
+            bool plain = size <= 18;
+            for (qsizetype k = token.start; plain && k < token.end; ++k)
+                plain = text[k] >= u'0' && text[k] <= u'9';
+            if (plain && pastResultColumns && !inOrdinalClause && keyword != Keyword::Top) {
                 qint64 number = 0;
-                for (qsizetype k = start; k < i; ++k)
+                for (qsizetype k = token.start; k < token.end; ++k)
                     number = number * 10 + (text[k] - u'0');
-                takeOut(start, i, QVariant(number));
+                takeOut(token, QVariant(number));
+                continue;
             }
-            previous = Keyword::None;
-            continue;
+            break;
         }
-        if (isWordChar(c)) {
-            const qsizetype start = i;
-            while (i < size && isWordChar(text[i]))
-                ++i;
-            const Keyword word = keywordOf(view.mid(start, i - start));
-            if (firstWord) {
-                firstWord = false;
-                isSelect = word == Keyword::Select;
-                if (!isSelect && word != Keyword::Insert && word != Keyword::Update &&
-                    word != Keyword::Delete)
-                    return std::nullopt;
-                pastResultColumns = !isSelect;
-            } else if (isSelect && !pastResultColumns && depth == 0 && word == Keyword::From) {
+        case Kind::Word: {
+            const Keyword word = keywordOf(view.mid(token.start, token.size()));
+            if (isSelect && !pastResultColumns && token.depth == 0 && word == Keyword::From)
                 pastResultColumns = true;
-            }
             switch (word) {
             case Keyword::By:
-                if (previous == Keyword::Order || previous == Keyword::Group)
+                if (keyword == Keyword::Order || keyword == Keyword::Group)
                     inOrdinalClause = true;
                 break;
             case Keyword::Limit:
@@ -283,28 +239,24 @@ std::optional<LiteralParameters::Result> LiteralParameters::extract(const QStrin
                 break;
             }
             previous = word;
-            continue;
+            break;
         }
-        // Parameters of the text's own, or a second statement: not shared.
-        if (c == u'?' || c == u':' || c == u'@')
+        // Parameters of the text's own: not shared.
+        case Kind::Parameter:
             return std::nullopt;
-        if (c == u';') {
-            for (qsizetype k = i + 1; k < size; ++k) {
-                if (!isBlank(text[k]) && text[k] != u';')
-                    return std::nullopt;
+        case Kind::Symbol:
+            // A second statement: not shared.
+            if (text[token.start] == u';') {
+                for (qsizetype k = index + 1; k < tokens.size(); ++k) {
+                    if (tokens.at(k).kind != Kind::Symbol || text[tokens.at(k).start] != u';')
+                        return std::nullopt;
+                }
             }
+            break;
+        case Kind::QuotedName:
+            break;
         }
-        if (c == u'(')
-            ++depth;
-        else if (c == u')')
-            --depth;
-        if (firstWord)
-            return std::nullopt;
-        previous = Keyword::None;
-        ++i;
     }
-    if (firstWord)
-        return std::nullopt;
     result.text += view.mid(copied);
     return result;
 }

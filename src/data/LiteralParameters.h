@@ -1,5 +1,7 @@
 #pragma once
 
+#include "SqlLexer.h"
+
 #include <QString>
 #include <QVariantList>
 
@@ -18,12 +20,19 @@ class LiteralParameters
 public:
     struct Result
     {
-        QString text;        // the statement with "?" for each literal taken out
-        QVariantList values; // the literals in order: QString or qint64
+        QString text;                        // the statement with "?" for each literal taken out
+        QVariantList values;                 // the literals in order: QString or qint64
+        QList<SqlLexer::Token> sourceTokens; // the tokens of the statement read
+
+        // The statement with "?" for the literals and its tokens, for translation; worked out
+        // from the tokens read, without lexing again.
+        SqlLexer::Lexed lexed() const;
     };
 
     // The statement's shared form; nothing when it is not a select, insert, update or delete,
-    // holds several statements or parameters of its own, or a quote is not closed.
+    // holds several statements or parameters of its own, or does not lex (SqlLexer).
+    static std::optional<Result> extract(const SqlLexer::Lexed& sql);
+    // The same of a text not lexed yet.
     static std::optional<Result> extract(const QString& sql);
 };
 

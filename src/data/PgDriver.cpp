@@ -496,7 +496,7 @@ ColumnKind PgDriver::columnKind(PGconn* c, const QString& table, const QString& 
     return kind;
 }
 
-StatementRewriter::Translation PgDriver::translate(PGconn* c, const QString& text)
+StatementRewriter::Translation PgDriver::translate(PGconn* c, const SqlLexer::Lexed& text)
 {
     StatementRewriter::Translation translation;
     try {
@@ -516,7 +516,7 @@ StatementRewriter::Translation PgDriver::translate(PGconn* c, const QString& tex
     return translation;
 }
 
-std::unique_ptr<PreparedStatement> PgDriver::prepareShared(const QString& text,
+std::unique_ptr<PreparedStatement> PgDriver::prepareShared(const SqlLexer::Lexed& text,
                                                            qsizetype valueCount)
 {
     PGconn* c = m_connection;
@@ -524,7 +524,7 @@ std::unique_ptr<PreparedStatement> PgDriver::prepareShared(const QString& text,
     if (translation.parameters.size() != valueCount || PQtransactionStatus(c) == PQTRANS_INERROR)
         return nullptr;
     auto prepared = std::make_unique<Prepared>(*this, c);
-    prepared->text = text;
+    prepared->text = text.text;
     prepared->conversions = translation.parameters;
     const QByteArray name = nextStatementName();
     Result result(
@@ -540,11 +540,11 @@ std::unique_ptr<PreparedStatement> PgDriver::prepareShared(const QString& text,
     return nullptr;
 }
 
-std::unique_ptr<PreparedStatement> PgDriver::prepareOnce(const QString& text)
+std::unique_ptr<PreparedStatement> PgDriver::prepareOnce(const SqlLexer::Lexed& text)
 {
     auto prepared = std::make_unique<Prepared>(*this, m_connection);
     prepared->sent = translate(m_connection, text).text.toUtf8();
-    prepared->text = text;
+    prepared->text = text.text;
     return prepared;
 }
 

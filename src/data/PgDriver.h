@@ -29,9 +29,9 @@ public:
     // A connection that broke is opened again, unless a unit was open on it.
     Connection open() override;
     bool keepsStatementsAcrossChanges() const override { return true; }
-    std::unique_ptr<PreparedStatement> prepareShared(const QString& text,
+    std::unique_ptr<PreparedStatement> prepareShared(const SqlLexer::Lexed& text,
                                                      qsizetype valueCount) override;
-    std::unique_ptr<PreparedStatement> prepareOnce(const QString& text) override;
+    std::unique_ptr<PreparedStatement> prepareOnce(const SqlLexer::Lexed& text) override;
     Ending query(PreparedStatement& statement, const QVariantList& values, Reading reading,
                  RowReceiver& receiver) override;
     Ending action(PreparedStatement& statement, const QVariantList& values,
@@ -58,7 +58,7 @@ public:
 private:
     StatementRewriter::ColumnKind columnKind(pg_conn* connection, const QString& table,
                                              const QString& column);
-    StatementRewriter::Translation translate(pg_conn* connection, const QString& text);
+    StatementRewriter::Translation translate(pg_conn* connection, const SqlLexer::Lexed& text);
     void finishQuery(pg_conn* connection);
 
     QSqlDatabase m_database;

@@ -333,17 +333,20 @@ void SqliteDriver::setLockWait(int milliseconds)
 }
 
 // Prepares the text, which must hold exactly one statement, as SQLite runs it.
-static void prepareText(const SqliteDriver& driver, sqlite3* connection, const QString& sql,
+static void prepareText(const SqliteDriver& driver, sqlite3* connection, const SqlLexer::Lexed& sql,
                         Prepared& prepared)
 {
-    const QString rewritten =
-        StatementRewriter::rewrite(sql, [connection](const QString& table, const QString& column) {
+    const StatementRewriter::Translation translation = StatementRewriter::translate(
+        sql,
+        [connection](const QString& table, const QString& column) {
             return columnKind(connection, table, column);
-        });
+        },
+        SqlDialect::sqlite());
+    const QString& rewritten = translation.text;
     // A condition with a disjunction of keys is read by one index lookup per branch; a planned
     // text that does not prepare runs as written, and its errors read as they would.
     const QString planned =
-        DisjunctionPlanner::plan(rewritten, DisjunctionPlanner::catalogOf(connection));
+        DisjunctionPlanner::plan(translation.lexed(), DisjunctionPlanner::catalogOf(connection));
     if (planned != rewritten) {
         const QByteArray text = planned.toUtf8();
         if (sqlite3_prepare_v2(connection, text.constData(), int(text.size()), &prepared.statement,
@@ -369,7 +372,7 @@ static void prepareText(const SqliteDriver& driver, sqlite3* connection, const Q
         driver.fail(QStringLiteral("Unable to execute multiple statements at a time"));
 }
 
-std::unique_ptr<PreparedStatement> SqliteDriver::prepareShared(const QString& text,
+std::unique_ptr<PreparedStatement> SqliteDriver::prepareShared(const SqlLexer::Lexed& text,
                                                                qsizetype valueCount)
 {
     auto prepared = std::make_unique<Prepared>();
@@ -386,7 +389,7 @@ std::unique_ptr<PreparedStatement> SqliteDriver::prepareShared(const QString& te
     return prepared;
 }
 
-std::unique_ptr<PreparedStatement> SqliteDriver::prepareOnce(const QString& text)
+std::unique_ptr<PreparedStatement> SqliteDriver::prepareOnce(const SqlLexer::Lexed& text)
 {
     auto prepared = std::make_unique<Prepared>();
     prepareText(*this, m_installedOn, text, *prepared);

@@ -23,9 +23,9 @@ public:
     Connection open() override;
     void released(const Connection& connection) override;
     bool keepsStatementsAcrossChanges() const override { return false; }
-    std::unique_ptr<PreparedStatement> prepareShared(const QString& text,
+    std::unique_ptr<PreparedStatement> prepareShared(const SqlLexer::Lexed& text,
                                                      qsizetype valueCount) override;
-    std::unique_ptr<PreparedStatement> prepareOnce(const QString& text) override;
+    std::unique_ptr<PreparedStatement> prepareOnce(const SqlLexer::Lexed& text) override;
     Ending query(PreparedStatement& statement, const QVariantList& values, Reading reading,
                  RowReceiver& receiver) override;
     Ending action(PreparedStatement& statement, const QVariantList& values,

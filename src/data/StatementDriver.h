@@ -1,5 +1,7 @@
 #pragma once
 
+#include "SqlLexer.h"
+
 #include <QString>
 #include <QVariant>
 #include <QVariantList>
@@ -71,11 +73,11 @@ public:
     // The statement for a text whose literals were taken out as "?", to run with valueCount
     // values; null when that form does not prepare, the text then running as written. Throws
     // when nothing more can run on the connection.
-    virtual std::unique_ptr<PreparedStatement> prepareShared(const QString& text,
+    virtual std::unique_ptr<PreparedStatement> prepareShared(const SqlLexer::Lexed& text,
                                                              qsizetype valueCount) = 0;
     // The text as written, prepared for one run. Throws the database's error, or "No SQL
     // statement to execute" / "Unable to execute multiple statements at a time".
-    virtual std::unique_ptr<PreparedStatement> prepareOnce(const QString& text) = 0;
+    virtual std::unique_ptr<PreparedStatement> prepareOnce(const SqlLexer::Lexed& text) = 0;
 
     // Runs a query with its values, handing its rows to receiver. Stale only for a kept
     // statement.

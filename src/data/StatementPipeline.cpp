@@ -91,11 +91,14 @@ template <typename Step> void StatementPipeline::run(const QString& sql, Run kin
 {
     const StatementDriver::Connection current = connection();
     bool runAsShared = false;
-    if (std::optional<LiteralParameters::Result> shared = LiteralParameters::extract(sql)) {
+    // The text is lexed once: the tokens of its shared form are worked out from these, and
+    // only when that form is prepared.
+    const SqlLexer::Lexed lexed = SqlLexer::lex(sql);
+    if (std::optional<LiteralParameters::Result> shared = LiteralParameters::extract(lexed)) {
         PreparedStatement* statement = m_cache.find(shared->text);
         if (!statement) {
             if (std::unique_ptr<PreparedStatement> prepared =
-                    m_driver.prepareShared(shared->text, shared->values.size()))
+                    m_driver.prepareShared(shared->lexed(), shared->values.size()))
                 statement = m_cache.insert(current, shared->text, std::move(prepared));
         }
         if (statement) {
@@ -108,7 +111,7 @@ template <typename Step> void StatementPipeline::run(const QString& sql, Run kin
     // Statements kept may not outlive a change of the tables made by a text run once.
     if (kind == Run::Action && !runAsShared && !m_driver.keepsStatementsAcrossChanges())
         release();
-    const std::unique_ptr<PreparedStatement> once = m_driver.prepareOnce(sql);
+    const std::unique_ptr<PreparedStatement> once = m_driver.prepareOnce(lexed);
     step(*once, QVariantList());
 }
 

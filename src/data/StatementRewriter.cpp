@@ -2,6 +2,7 @@
 
 #include "DateText.h"
 #include "NumberText.h"
+#include "SqlTokenCursor.h"
 
 #include <oquivran/RuntimeError.h>
 
@@ -17,92 +18,8 @@ namespace oquivran {
 
 namespace {
 
-// A piece of statement text: a word (keyword, bare name or number), a quoted text, a quoted
-// name or one punctuation character. Blanks and comments lie between tokens.
-struct Token
-{
-    enum Kind { Word, Text, QuotedName, Symbol };
-    Kind kind;
-    qsizetype start;
-    qsizetype end;
-    // Parenthesis nesting around the token; a parenthesis has the depth of its surroundings.
-    int depth;
-};
-
-bool isWordChar(QChar c)
-{
-    return c.isLetterOrNumber() || c == u'_' || c == u'$' || c.unicode() >= 0x80;
-}
-
-// Splits the text into tokens; nothing when a quote is not closed or the parentheses do not
-// balance.
-std::optional<QList<Token>> tokenize(QStringView sql)
-{
-    QList<Token> tokens;
-    const qsizetype size = sql.size();
-    int depth = 0;
-    qsizetype i = 0;
-    while (i < size) {
-        const QChar c = sql[i];
-        if (c.isSpace()) {
-            ++i;
-            continue;
-        }
-        if (c == u'-' && i + 1 < size && sql[i + 1] == u'-') {
-            while (i < size && sql[i] != u'\n')
-                ++i;
-            continue;
-        }
-        if (c == u'/' && i + 1 < size && sql[i + 1] == u'*') {
-            const qsizetype close = sql.indexOf(u"*/", i + 2);
-            i = close < 0 ? size : close + 2;
-            continue;
-        }
-        const qsizetype start = i;
-        if (c == u'\'' || c == u'"' || c == u'`' || c == u'[') {
-            const QChar closing = c == u'[' ? QChar(u']') : c;
-            ++i;
-            bool closed = false;
-            while (i < size) {
-                if (sql[i] == closing) {
-                    // A doubled quote inside quotes stands for the quote itself.
-                    if (closing != u']' && i + 1 < size && sql[i + 1] == closing) {
-                        i += 2;
-                        continue;
-                    }
-                    ++i;
-                    closed = true;
-                    break;
-                }
-                ++i;
-            }
-            if (!closed)
-                return std::nullopt;
-            tokens.append({c == u'\'' ? Token::Text : Token::QuotedName, start, i, depth});
-            continue;
-        }
-        if (isWordChar(c)) {
-            while (i < size && isWordChar(sql[i]))
-                ++i;
-            tokens.append({Token::Word, start, i, depth});
-            continue;
-        }
-        ++i;
-        if (c == u'(') {
-            tokens.append({Token::Symbol, start, i, depth});
-            ++depth;
-        } else if (c == u')') {
-            if (--depth < 0)
-                return std::nullopt;
-            tokens.append({Token::Symbol, start, i, depth});
-        } else {
-            tokens.append({Token::Symbol, start, i, depth});
-        }
-    }
-    if (depth != 0)
-        return std::nullopt;
-    return tokens;
-}
+using Token = SqlLexer::Token;
+using Kind = SqlLexer::Token::Kind;
 
 // A change to the text: `length` characters at `position` replaced by `text`.
 struct Edit
@@ -119,12 +36,12 @@ using Conversion = StatementRewriter::Conversion;
 class Rewriter
 {
 public:
-    Rewriter(QStringView sql, const QList<Token>& tokens,
-             const StatementRewriter::ColumnLookup& lookup, const SqlDialect& dialect)
-        : m_sql(sql), m_tokens(tokens), m_lookup(lookup), m_dialect(dialect)
+    Rewriter(const SqlLexer::Lexed& sql, const StatementRewriter::ColumnLookup& lookup,
+             const SqlDialect& dialect)
+        : m_cursor(sql), m_tokens(sql.tokens), m_lookup(lookup), m_dialect(dialect)
     {
         for (qsizetype i = 0; i < count(); ++i) {
-            if (isSymbol(i, u'?')) {
+            if (m_cursor.isPlainParameter(i)) {
                 m_parameterAt.insert(i, int(m_conversions.size()));
                 m_conversions.append(Conversion::AsWritten);
             }
@@ -158,45 +75,16 @@ private:
         return functionCalls();
     }
 
-    qsizetype count() const { return m_tokens.size(); }
-
-    QStringView textOf(qsizetype index) const
+    qsizetype count() const { return m_cursor.count(); }
+    QStringView textOf(qsizetype index) const { return m_cursor.textOf(index); }
+    bool isWord(qsizetype index, QStringView word) const { return m_cursor.isWord(index, word); }
+    bool isSymbol(qsizetype index, QStringView symbol) const
     {
-        const Token& token = m_tokens.at(index);
-        return m_sql.mid(token.start, token.end - token.start);
+        return m_cursor.isSymbol(index, symbol);
     }
-
-    bool isWord(qsizetype index, QStringView word) const
-    {
-        return index >= 0 && index < count() && m_tokens.at(index).kind == Token::Word &&
-               textOf(index).compare(word, Qt::CaseInsensitive) == 0;
-    }
-
-    bool isSymbol(qsizetype index, QChar symbol) const
-    {
-        return index >= 0 && index < count() && m_tokens.at(index).kind == Token::Symbol &&
-               m_sql[m_tokens.at(index).start] == symbol;
-    }
-
-    bool isName(qsizetype index) const
-    {
-        return index >= 0 && index < count() &&
-               (m_tokens.at(index).kind == Token::Word ||
-                m_tokens.at(index).kind == Token::QuotedName);
-    }
-
-    // A name without its quotes.
-    QString nameOf(qsizetype index) const
-    {
-        const QStringView text = textOf(index);
-        if (m_tokens.at(index).kind != Token::QuotedName)
-            return text.toString();
-        const QChar quote = text.front();
-        QString name = text.mid(1, text.size() - 2).toString();
-        if (quote != u'[')
-            name.replace(QString(2, quote), QString(quote));
-        return name;
-    }
+    bool isName(qsizetype index) const { return m_cursor.isName(index); }
+    QString nameOf(qsizetype index) const { return m_cursor.nameOf(index); }
+    qsizetype closing(qsizetype open) const { return m_cursor.closing(open); }
 
     // Reads "name" or "schema.name" at index; moves index past it.
     std::optional<QString> qualifiedName(qsizetype& index) const
@@ -204,22 +92,11 @@ private:
         if (!isName(index))
             return std::nullopt;
         QString name = nameOf(index++);
-        while (isSymbol(index, u'.') && isName(index + 1)) {
+        while (isSymbol(index, u".") && isName(index + 1)) {
             name += u'.' + nameOf(index + 1);
             index += 2;
         }
         return name;
-    }
-
-    // The index of the parenthesis that closes the one at `open`.
-    qsizetype closing(qsizetype open) const
-    {
-        const int depth = m_tokens.at(open).depth;
-        for (qsizetype i = open + 1; i < count(); ++i) {
-            if (isSymbol(i, u')') && m_tokens.at(i).depth == depth)
-                return i;
-        }
-        return -1;
     }
 
     // Every "select top N" becomes "select" with " limit N" after the select's last token.
@@ -234,7 +111,7 @@ private:
             if (!isWord(top, u"top"))
                 continue;
             const qsizetype number = top + 1;
-            if (number >= count() || m_tokens.at(number).kind != Token::Word)
+            if (!m_cursor.isKind(number, Kind::Number))
                 return false;
             const QStringView rows = textOf(number);
             if (!std::all_of(rows.begin(), rows.end(), [](QChar c) { return c.isDigit(); }))
@@ -245,7 +122,7 @@ private:
             qsizetype last = number;
             for (qsizetype k = number + 1; k < count(); ++k) {
                 const Token& token = m_tokens.at(k);
-                if (token.depth < depth || (token.depth == depth && isSymbol(k, u';')))
+                if (token.depth < depth || (token.depth == depth && isSymbol(k, u";")))
                     break;
                 if (token.depth == depth && isWord(k, u"limit"))
                     return false;
@@ -264,7 +141,7 @@ private:
     // opening parenthesis, or -1.
     qsizetype callOf(qsizetype first, qsizetype last, QStringView function) const
     {
-        if (!isWord(first, function) || !isSymbol(first + 1, u'('))
+        if (!isWord(first, function) || !isSymbol(first + 1, u"("))
             return -1;
         return closing(first + 1) == last ? first + 1 : -1;
     }
@@ -302,15 +179,6 @@ private:
         m_edits.append({m_tokens.at(last).end, 0, after});
     }
 
-    // A quoted text as the text it stands for.
-    QString quotedText(qsizetype index) const
-    {
-        const QStringView text = textOf(index);
-        return text.mid(1, text.size() - 2)
-            .toString()
-            .replace(QStringLiteral("''"), QStringLiteral("'"));
-    }
-
     // cdbl(x) and datevalue(x) of a written value x, read here; format(value, pattern) as the
     // dialect runs it.
     bool functionCalls()
@@ -318,8 +186,8 @@ private:
         if (!m_dialect.readsWrittenValues && m_dialect.formatFunction.isEmpty())
             return true;
         for (qsizetype i = 0; i + 1 < count(); ++i) {
-            if (m_tokens.at(i).kind != Token::Word || !isSymbol(i + 1, u'(') ||
-                (i > 0 && isSymbol(i - 1, u'.')))
+            if (m_tokens.at(i).kind != Kind::Word || !isSymbol(i + 1, u"(") ||
+                (i > 0 && isSymbol(i - 1, u".")))
                 continue;
             const qsizetype close = closing(i + 1);
             if (close < 0)
@@ -339,8 +207,8 @@ private:
                     m_edits.append({m_tokens.at(argument).end,
                                     m_tokens.at(close).end - m_tokens.at(argument).end,
                                     QStringLiteral(" AS ") + type + u')'});
-                } else if (m_tokens.at(argument).kind == Token::Text) {
-                    const QString value = quotedText(argument);
+                } else if (m_tokens.at(argument).kind == Kind::Text) {
+                    const QString value = m_cursor.quotedText(argument);
                     const QString read =
                         number ? QString::number(NumberText::toNumber(value), 'g', 17)
                                : DateText::toDate(value).toString(QStringLiteral("yyyy-MM-dd"));
@@ -378,7 +246,7 @@ private:
         QList<std::pair<qsizetype, qsizetype>> pieces;
         qsizetype start = from;
         for (qsizetype i = from; i <= to; ++i) {
-            if (isSymbol(i, u',') && m_tokens.at(i).depth == depth) {
+            if (isSymbol(i, u",") && m_tokens.at(i).depth == depth) {
                 pieces.append({start, i - 1});
                 start = i + 1;
             }
@@ -396,7 +264,7 @@ private:
         if (!isWord(i++, u"into"))
             return true;
         const std::optional<QString> table = qualifiedName(i);
-        if (!table || !isSymbol(i, u'('))
+        if (!table || !isSymbol(i, u"("))
             return true;
         const qsizetype columnsEnd = closing(i);
         if (columnsEnd < 0 || columnsEnd == i + 1)
@@ -411,7 +279,7 @@ private:
         if (!isWord(i++, u"values"))
             return true;
         QList<Edit> kept = m_edits;
-        while (isSymbol(i, u'(')) {
+        while (isSymbol(i, u"(")) {
             const qsizetype valuesEnd = closing(i);
             if (valuesEnd < 0)
                 return false;
@@ -429,7 +297,7 @@ private:
                 wrap(*table, columns.at(v), first, last);
             }
             i = valuesEnd + 1;
-            if (!isSymbol(i, u','))
+            if (!isSymbol(i, u","))
                 break;
             ++i;
         }
@@ -452,7 +320,7 @@ private:
         qsizetype end = i;
         while (end < count()) {
             if (m_tokens.at(end).depth == 0 &&
-                (isSymbol(end, u';') || isWord(end, u"where") || isWord(end, u"from") ||
+                (isSymbol(end, u";") || isWord(end, u"where") || isWord(end, u"from") ||
                  isWord(end, u"returning") || isWord(end, u"order") || isWord(end, u"limit")))
                 break;
             ++end;
@@ -462,18 +330,18 @@ private:
         QList<Edit> kept = m_edits;
         for (const auto& [first, last] : split(i, end - 1, 0)) {
             qsizetype k = first;
-            if (isSymbol(k, u'('))
+            if (isSymbol(k, u"("))
                 continue; // "(a, b) = (...)" is left as written
             if (!isName(k)) {
                 m_edits = kept;
                 return true;
             }
             QString column = nameOf(k++);
-            while (isSymbol(k, u'.') && isName(k + 1) && k + 1 <= last) {
+            while (isSymbol(k, u".") && isName(k + 1) && k + 1 <= last) {
                 column = nameOf(k + 1);
                 k += 2;
             }
-            if (!isSymbol(k, u'=') || k >= last) {
+            if (!isSymbol(k, u"=") || k >= last) {
                 m_edits = kept;
                 return true;
             }
@@ -482,7 +350,7 @@ private:
         return true;
     }
 
-    QStringView m_sql;
+    SqlTokenCursor m_cursor;
     const QList<Token>& m_tokens;
     const StatementRewriter::ColumnLookup& m_lookup;
     const SqlDialect& m_dialect;
@@ -492,68 +360,127 @@ private:
     QList<Conversion> m_conversions;
 };
 
-// Applies edits to a text: from the end, so earlier positions stay valid; at one position,
-// the edit collected first ends up first in the text.
-QString applied(const QString& sql, const QList<Edit>& edits)
+// A translation that went wrong: an error of the component, never a text sent on half made.
+[[noreturn]] void untranslatable(const QString& reason)
 {
+    throw RuntimeError(InternalError,
+                       QStringLiteral("The statement could not be translated: ") + reason,
+                       QStringLiteral("StatementRewriter"));
+}
+
+// Applies edits to a lexed text and gives the tokens of the text made without lexing it
+// again: the tokens outside the edits move by what the edits before them added, and only the
+// text an edit writes is lexed. At one position, the edit collected first ends up first.
+SqlLexer::Lexed applied(const SqlLexer::Lexed& sql, const QList<Edit>& edits)
+{
+    if (edits.isEmpty())
+        return sql;
     QList<qsizetype> order(edits.size());
     for (qsizetype i = 0; i < order.size(); ++i)
         order[i] = i;
     std::stable_sort(order.begin(), order.end(), [&](qsizetype a, qsizetype b) {
-        return edits.at(a).position > edits.at(b).position ||
-               (edits.at(a).position == edits.at(b).position && a > b);
+        return edits.at(a).position < edits.at(b).position;
     });
-    QString result = sql;
+    SqlLexer::Lexed result;
+    result.text.reserve(sql.text.size() + 16 * edits.size());
+    result.tokens.reserve(sql.tokens.size() + 2 * edits.size());
+    const QList<Token>& tokens = sql.tokens;
+    qsizetype next = 0;   // the first token not copied or dropped yet
+    qsizetype copied = 0; // the end of the source text copied
+    int sourceDepth = 0;  // parentheses open after the tokens of the source passed
+    int depth = 0;        // parentheses open after the tokens of the text made
+    // What a token of the source does to the parentheses open after it.
+    const auto opened = [&](const Token& token) {
+        if (token.kind != Kind::Symbol || token.size() != 1)
+            return 0;
+        const QChar c = sql.text.at(token.start);
+        return c == u'(' ? 1 : c == u')' ? -1 : 0;
+    };
+    const auto copyUpTo = [&](qsizetype position) {
+        const qsizetype shift = result.text.size() - copied;
+        while (next < tokens.size() && tokens.at(next).end <= position) {
+            Token token = tokens.at(next++);
+            const int change = opened(token);
+            token.depth += depth - sourceDepth;
+            token.start += shift;
+            token.end += shift;
+            sourceDepth += change;
+            depth += change;
+            result.tokens.append(token);
+        }
+        result.text += QStringView(sql.text).mid(copied, position - copied);
+        copied = position;
+    };
     for (const qsizetype index : order) {
         const Edit& edit = edits.at(index);
-        result.replace(edit.position, edit.length, edit.text);
+        // Edits never overlap: each covers tokens of its own.
+        if (edit.position < copied)
+            untranslatable(QStringLiteral("two of its changes overlap"));
+        copyUpTo(edit.position);
+        const qsizetype written = result.text.size();
+        result.text += edit.text;
+        SqlLexer lexer(edit.text, depth);
+        Token token;
+        while (lexer.next(token)) {
+            token.start += written;
+            token.end += written;
+            result.tokens.append(token);
+        }
+        if (lexer.problem() != SqlLexer::Problem::None)
+            untranslatable(SqlLexer::describe(lexer.problem()).toLower() + u" in " + edit.text);
+        depth = lexer.depth();
+        copied = edit.position + edit.length;
+        while (next < tokens.size() && tokens.at(next).start < copied)
+            sourceDepth += opened(tokens.at(next++));
     }
+    copyUpTo(sql.text.size());
     return result;
 }
 
 } // namespace
 
-StatementRewriter::Translation StatementRewriter::translate(const QString& sql,
+StatementRewriter::Translation StatementRewriter::translate(const SqlLexer::Lexed& sql,
                                                             const ColumnLookup& lookup,
                                                             const SqlDialect& dialect)
 {
     Translation translation;
-    translation.text = sql;
-    try {
-        const std::optional<QList<Token>> tokens = tokenize(sql);
-        if (!tokens)
-            return translation;
-        // Statements are what lies between semicolons.
-        const auto isSemicolon = [&](const Token& token) {
-            return token.kind == Token::Symbol && sql[token.start] == u';';
-        };
-        translation.statements = 0;
-        bool inStatement = false;
-        for (const Token& token : *tokens) {
-            if (isSemicolon(token)) {
-                inStatement = false;
-            } else if (!inStatement) {
-                inStatement = true;
-                ++translation.statements;
-            }
-        }
-        // Several statements are refused as they are; none of them is changed.
-        if (translation.statements != 1) {
-            translation.statements = qMin(translation.statements, 2);
-            return translation;
-        }
-        Rewriter rewriter(sql, *tokens, lookup, dialect);
-        const QList<Edit> edits = rewriter.edits();
-        translation.parameters = rewriter.conversions();
-        translation.text = applied(sql, edits);
+    translation.text = sql.text;
+    translation.tokens = sql.tokens;
+    translation.problem = sql.problem;
+    // A text that does not lex goes as written: the server says what is wrong with it.
+    if (!sql.isLexed())
         return translation;
-    } catch (const RuntimeError&) {
-        throw;
-    } catch (...) {
-        translation.text = sql;
-        translation.parameters.clear();
+    // Statements are what lies between semicolons.
+    const SqlTokenCursor cursor(sql);
+    translation.statements = 0;
+    bool inStatement = false;
+    for (qsizetype i = 0; i < cursor.count(); ++i) {
+        if (cursor.isSymbol(i, u";")) {
+            inStatement = false;
+        } else if (!inStatement) {
+            inStatement = true;
+            ++translation.statements;
+        }
+    }
+    // Several statements are refused as they are; none of them is changed.
+    if (translation.statements != 1) {
+        translation.statements = qMin(translation.statements, 2);
         return translation;
     }
+    Rewriter rewriter(sql, lookup, dialect);
+    const QList<Edit> edits = rewriter.edits();
+    translation.parameters = rewriter.conversions();
+    SqlLexer::Lexed result = applied(sql, edits);
+    translation.text = std::move(result.text);
+    translation.tokens = std::move(result.tokens);
+    return translation;
+}
+
+StatementRewriter::Translation StatementRewriter::translate(const QString& sql,
+                                                            const ColumnLookup& lookup,
+                                                            const SqlDialect& dialect)
+{
+    return translate(SqlLexer::lex(sql), lookup, dialect);
 }
 
 QString StatementRewriter::rewrite(const QString& sql, const ColumnLookup& lookup)

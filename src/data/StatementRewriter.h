@@ -1,6 +1,7 @@
 #pragma once
 
 #include "SqlDialect.h"
+#include "SqlLexer.h"
 
 #include <QList>
 #include <QString>
@@ -39,6 +40,13 @@ public:
         QList<Conversion> parameters;
         // Statements the text holds: 0 for none, 2 for two or more.
         int statements = 1;
+        // The tokens of text, and the problem when the text read did not lex (it then comes
+        // back as it was).
+        QList<SqlLexer::Token> tokens;
+        SqlLexer::Problem problem = SqlLexer::Problem::None;
+
+        // The text translated with its tokens, for planning.
+        SqlLexer::Lexed lexed() const { return {text, tokens, problem}; }
     };
 
     // The text as the dialect's server runs it:
@@ -50,8 +58,14 @@ public:
     //   value become typed values (a "?" converted, a quoted text read now), and format(value,
     //   pattern) runs as the dialect's function;
     // - parameters are numbered when the dialect numbers them.
-    // Any other text comes back unchanged, and so does a text of several statements. Throws
-    // RuntimeError "Type mismatch" when a quoted text in cdbl() or datevalue() does not read.
+    // Any other text comes back unchanged, and so does a text of several statements or one
+    // that does not lex. The tokens of the text read are not lexed again, nor are those of the
+    // translation. Throws RuntimeError "Type mismatch" when a quoted text in cdbl() or
+    // datevalue() does not read, and RuntimeError with the reason when a text could not be
+    // translated.
+    static Translation translate(const SqlLexer::Lexed& sql, const ColumnLookup& lookup,
+                                 const SqlDialect& dialect);
+    // The same of a text not lexed yet.
     static Translation translate(const QString& sql, const ColumnLookup& lookup,
                                  const SqlDialect& dialect);
 

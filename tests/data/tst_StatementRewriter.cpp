@@ -1,8 +1,14 @@
+#include "SqlLexer.h"
 #include "StatementRewriter.h"
+
+#include <oquivran/RuntimeError.h>
 
 #include <QRandomGenerator>
 #include <QTest>
 
+using oquivran::RuntimeError;
+using oquivran::SqlDialect;
+using oquivran::SqlLexer;
 using oquivran::StatementRewriter;
 using Kind = StatementRewriter::ColumnKind;
 
@@ -27,6 +33,56 @@ Kind columnKind(const QString& table, const QString& column)
 QString rewrite(const QString& sql)
 {
     return StatementRewriter::rewrite(sql, columnKind);
+}
+
+// The "?" parameters of a lexed text.
+qsizetype parameterCount(const SqlLexer::Lexed& lexed)
+{
+    qsizetype count = 0;
+    for (const SqlLexer::Token& token : lexed.tokens) {
+        if (token.kind == SqlLexer::Token::Kind::Parameter && token.size() == 1 &&
+            lexed.text.at(token.start) == u'?')
+            ++count;
+    }
+    return count;
+}
+
+// What any text becomes: a well-formed statement or a clear error. A text that does not lex, or
+// holds several statements or none, comes back as it was; any other comes back lexing, its
+// parentheses balanced, with the tokens handed over being its own, as many "?" as the text
+// read and one conversion for each; for SQLite the text made is that of rewrite().
+void checkTranslation(const QString& sql, const SqlDialect& dialect)
+{
+    StatementRewriter::Translation translation;
+    try {
+        translation = StatementRewriter::translate(sql, columnKind, dialect);
+    } catch (const RuntimeError& error) {
+        QVERIFY2(!error.description.isEmpty(), qPrintable(sql));
+        return;
+    }
+    const SqlLexer::Lexed read = SqlLexer::lex(sql);
+    if (!read.isLexed() || translation.statements != 1) {
+        QCOMPARE(translation.text, sql);
+        QCOMPARE(translation.problem, read.problem);
+        QVERIFY(translation.parameters.isEmpty());
+        return;
+    }
+    const SqlLexer::Lexed made = SqlLexer::lex(translation.text);
+    QVERIFY2(made.isLexed(), qPrintable(sql));
+    QCOMPARE(parameterCount(read), translation.parameters.size());
+    if (!dialect.numberedParameters) {
+        QCOMPARE(translation.tokens, made.tokens);
+        QCOMPARE(parameterCount(made), translation.parameters.size());
+    }
+}
+
+// A text and a truncated or shuffled form of it, through both servers' translations.
+void checkTranslations(const QString& sql)
+{
+    checkTranslation(sql, SqlDialect::sqlite());
+    if (QTest::currentTestFailed())
+        return;
+    checkTranslation(sql, SqlDialect::postgresql());
 }
 
 } // namespace
@@ -260,9 +316,11 @@ private Q_SLOTS:
             for (qsizetype length = 0; length <= statement.size(); ++length) {
                 const QString head = statement.left(length);
                 const QString tail = statement.mid(length);
-                rewrite(head);
-                rewrite(tail);
-                rewrite(tail + head);
+                for (const QString& text : {head, tail, QString(tail + head)}) {
+                    checkTranslations(text);
+                    if (QTest::currentTestFailed())
+                        return;
+                }
             }
         }
     }
@@ -271,6 +329,7 @@ private Q_SLOTS:
     {
         const QString alphabet = QStringLiteral("selct opinsrudaw TOPSETVALUE()',\";-/*[]`=.1 ");
         const QString words[] = {
+            QStringLiteral("? "),      QStringLiteral("cdbl(? "), QStringLiteral("datevalue("),
             QStringLiteral("select "), QStringLiteral("top "),    QStringLiteral("insert "),
             QStringLiteral("into "),   QStringLiteral("values "), QStringLiteral("update "),
             QStringLiteral("set "),    QStringLiteral("where "),  QStringLiteral("DIPCAN "),
@@ -288,7 +347,9 @@ private Q_SLOTS:
                 else
                     sql += words[random.bounded(int(std::size(words)))];
             }
-            rewrite(sql);
+            checkTranslations(sql);
+            if (QTest::currentTestFailed())
+                return;
         }
     }
 
