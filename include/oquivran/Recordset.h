@@ -38,14 +38,23 @@ public:
     // Appends a row with one value per field (missing values are null, extra ones dropped);
     // the position goes back to the first row.
     void appendRow(const QVariantList& values);
+    // The same, taking the values over: no copy when there is one per field.
+    void appendRow(QVariantList&& values);
+    // Makes these values the only row, positioned on it; the list given back holds what the
+    // row held before (empty the first time), for the caller to fill again without allocating.
+    void replaceRows(QVariantList& values);
     // Drops fields and rows.
     void clear();
 
 private:
     int fieldIndex(const QString& field) const;
+    // Cuts or pads a row's values to one per field.
+    void fitToFields(QVariantList& values) const;
 
     QStringList m_fieldNames;
     QHash<QString, int> m_index;
+    // For each field, the field its name finds: the first of that name in any letter case.
+    QList<int> m_found;
     QList<QVariantList> m_rows;
     int m_position = 0;
 };

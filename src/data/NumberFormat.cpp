@@ -7,6 +7,7 @@
 
 #include <charconv>
 #include <cmath>
+#include <optional>
 #include <string>
 
 namespace oquivran {
@@ -22,26 +23,71 @@ struct PatternDigits
     bool minus = false;   // negative and not rounding to zero
 };
 
-PatternDigits patternDigits(double value, const QString& pattern)
+// What a pattern asks for: zeros before the point fix the minimum integer digits, digit places
+// after it the decimals.
+struct PatternShape
 {
-    // Zeros before the point fix the minimum integer digits, digit places after it the
-    // decimals.
+    int integerZeros = 0;
+    int decimals = 0;
+};
+
+PatternShape patternShape(const QString& pattern)
+{
     const qsizetype point = pattern.indexOf(u'.');
     const QStringView integerPattern =
         point < 0 ? QStringView(pattern) : QStringView(pattern).left(point);
     const QStringView fractionPattern =
         point < 0 ? QStringView() : QStringView(pattern).mid(point + 1);
-    const int integerZeros = int(integerPattern.count(u'0'));
-    const int decimals = int(fractionPattern.count(u'0') + fractionPattern.count(u'#'));
+    return {int(integerPattern.count(u'0')),
+            int(fractionPattern.count(u'0') + fractionPattern.count(u'#'))};
+}
 
+// The value as a whole number of units of its last decimal place, when it is exactly the
+// decimal with `decimals` decimals and 15 digits at most that reads back as it. Most values
+// the component prints or rounds are such decimals already. The decimal is then the only one
+// with that many decimals that reads back as the value (its last place is wider than the
+// value's spacing), so the value's 15 significant digits are these digits with trailing zeros
+// left off: what DecimalDigits would give, without writing the value out.
+std::optional<quint64> exactUnits(double value, int decimals)
+{
+    static constexpr double powersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6, 1e7,
+                                             1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14};
+    if (decimals < 0 || decimals >= int(std::size(powersOfTen)))
+        return std::nullopt;
+    const double scale = powersOfTen[decimals];
+    const double units = std::nearbyint(value * scale);
+    // Both are exact in binary, so the quotient is the double nearest the decimal.
+    if (!(std::fabs(units) < 1e15) || units / scale != value)
+        return std::nullopt;
+    return quint64(std::fabs(units));
+}
+
+PatternDigits patternDigits(double value, const QString& pattern)
+{
+    const auto [integerZeros, decimals] = patternShape(pattern);
     PatternDigits result;
-    const DecimalDigits digits(value);
-    digits.fixed(decimals, result.integerPart, result.fraction);
+    bool zero = false;
+    if (const std::optional<quint64> units = exactUnits(value, decimals)) {
+        quint64 scale = 1;
+        for (int i = 0; i < decimals; ++i)
+            scale *= 10;
+        const quint64 integer = *units / scale;
+        if (integer != 0)
+            result.integerPart = std::to_string(integer);
+        if (decimals > 0) {
+            result.fraction = std::to_string(*units % scale);
+            result.fraction.insert(0, size_t(decimals) - result.fraction.size(), '0');
+        }
+        zero = *units == 0;
+    } else {
+        const DecimalDigits digits(value);
+        digits.fixed(decimals, result.integerPart, result.fraction);
+        zero = result.integerPart.find_first_not_of('0') == std::string::npos &&
+               result.fraction.find_first_not_of('0') == std::string::npos;
+    }
     if (int(result.integerPart.size()) < integerZeros)
         result.integerPart.insert(0, size_t(integerZeros) - result.integerPart.size(), '0');
-    const bool roundsToZero = result.integerPart.find_first_not_of('0') == std::string::npos &&
-                              result.fraction.find_first_not_of('0') == std::string::npos;
-    result.minus = digits.isNegative() && !roundsToZero;
+    result.minus = std::signbit(value) && !zero;
     return result;
 }
 
@@ -66,6 +112,11 @@ double NumberFormat::rounded(double value, const QString& pattern, const LocaleR
 {
     if (!std::isfinite(value))
         return NumberText::toNumber(format(value, pattern, rules), rules);
+    // A value that is exactly a decimal of the pattern's places prints as itself and reads
+    // back as itself; zero as plain zero. A pattern without zeros prints nothing for zero.
+    const PatternShape shape = patternShape(pattern);
+    if ((shape.decimals > 0 || shape.integerZeros > 0) && exactUnits(value, shape.decimals))
+        return value == 0 ? 0.0 : value;
     // The digits format prints, read back as reading that text reads them; without building
     // the text.
     const PatternDigits digits = patternDigits(value, pattern);

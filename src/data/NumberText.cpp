@@ -42,6 +42,9 @@ QString NumberText::toText(double value, const LocaleRules& rules)
 {
     if (!std::isfinite(value))
         return nonFiniteText(value);
+    // Whole numbers of up to 15 digits print as they are, with no separator to choose.
+    if (std::fabs(value) < 1e15 && value == std::trunc(value))
+        return value == 0 ? QStringLiteral("0") : QString::number(qint64(value));
     const DecimalDigits digits(value);
     if (digits.isZero())
         return QStringLiteral("0");

@@ -232,13 +232,15 @@ bool sameShape(const Description& description, const PGresult* result)
     return true;
 }
 
-QVariantList valuesOf(const PGresult* result, int row, const QList<ValueKind>& kinds)
+// Fills values with one row's fields; the list may hold another row's values, given back by
+// the receiver that took them over.
+void readValues(const PGresult* result, int row, const QList<ValueKind>& kinds,
+                QVariantList& values)
 {
-    QVariantList values;
+    values.clear();
     values.reserve(kinds.size());
     for (int c = 0; c < kinds.size(); ++c)
         values.append(fieldValue(result, row, c, kinds.at(c)));
-    return values;
 }
 
 // A number as text the server reads back exactly.
@@ -613,8 +615,9 @@ StatementDriver::Ending PgDriver::query(PreparedStatement& statement, const QVar
         const Description& description = prepared.descriptionOf(result.get());
         receiver.fields(description.empty);
         const int count = PQntuples(result.get());
+        QVariantList rowValues;
         for (int row = 0; row < count; ++row) {
-            QVariantList rowValues = valuesOf(result.get(), row, description.kinds);
+            readValues(result.get(), row, description.kinds, rowValues);
             if (!receiver.row(rowValues))
                 break;
         }
@@ -634,6 +637,7 @@ StatementDriver::Ending PgDriver::query(PreparedStatement& statement, const QVar
     PQsetSingleRowMode(c);
     bool going = true;
     const Description* description = nullptr;
+    QVariantList rowValues;
     try {
         while (going) {
             Result result(PQgetResult(c));
@@ -646,7 +650,7 @@ StatementDriver::Ending PgDriver::query(PreparedStatement& statement, const QVar
                     description = &prepared.descriptionOf(result.get());
                     receiver.fields(description->empty);
                 }
-                QVariantList rowValues = valuesOf(result.get(), 0, description->kinds);
+                readValues(result.get(), 0, description->kinds, rowValues);
                 going = receiver.row(rowValues);
             } else if (status != PGRES_TUPLES_OK && status != PGRES_COMMAND_OK) {
                 const RuntimeError error = serverError(c, result.get());

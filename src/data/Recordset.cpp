@@ -55,17 +55,41 @@ void Recordset::setFieldNames(const QStringList& fieldNames)
         if (m_index.value(key) == i && !m_index.contains(m_fieldNames.at(i)))
             m_index.insert(m_fieldNames.at(i), i);
     }
+    m_found.resize(m_fieldNames.size());
+    for (int i = 0; i < m_fieldNames.size(); ++i)
+        m_found[i] = m_index.value(m_fieldNames.at(i).toLower());
     m_rows.clear();
     m_position = 0;
 }
 
 void Recordset::appendRow(const QVariantList& values)
 {
-    QVariantList row = values.mid(0, m_fieldNames.size());
-    while (row.size() < m_fieldNames.size())
-        row.append(QVariant());
-    m_rows.append(row);
+    appendRow(QVariantList(values));
+}
+
+void Recordset::appendRow(QVariantList&& values)
+{
+    fitToFields(values);
+    m_rows.append(std::move(values));
     m_position = 0;
+}
+
+void Recordset::replaceRows(QVariantList& values)
+{
+    fitToFields(values);
+    if (m_rows.size() != 1)
+        m_rows.resize(1);
+    m_rows.first().swap(values);
+    m_position = 0;
+}
+
+void Recordset::fitToFields(QVariantList& values) const
+{
+    const qsizetype fields = m_fieldNames.size();
+    if (values.size() > fields)
+        values.resize(fields);
+    while (values.size() < fields)
+        values.append(QVariant());
 }
 
 void Recordset::clear()
@@ -75,6 +99,22 @@ void Recordset::clear()
 
 int Recordset::fieldIndex(const QString& field) const
 {
+    // A query has a dozen fields or so and is read by the names it was written with: comparing
+    // them costs less than hashing the name.
+    // Names differ early, mostly in length or in one of their first letters.
+    const qsizetype size = field.size();
+    const QChar* const wanted = field.constData();
+    for (qsizetype i = 0; i < m_fieldNames.size(); ++i) {
+        const QString& name = m_fieldNames.at(i);
+        if (name.size() != size)
+            continue;
+        const QChar* const letters = name.constData();
+        qsizetype k = 0;
+        while (k < size && letters[k] == wanted[k])
+            ++k;
+        if (k == size)
+            return m_found.at(i);
+    }
     const auto found = m_index.constFind(field);
     if (found != m_index.constEnd())
         return found.value();

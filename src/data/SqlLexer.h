@@ -89,3 +89,6 @@ private:
 };
 
 } // namespace oquivran
+
+// A list of tokens is sized without constructing each one.
+Q_DECLARE_TYPEINFO(oquivran::SqlLexer::Token, Q_PRIMITIVE_TYPE);

@@ -417,8 +417,10 @@ StatementDriver::Ending SqliteDriver::query(PreparedStatement& statement,
     if (sqlite3_column_count(stmt) != columns)
         return stale();
     receiver.fields(prepared.empty);
+    // The receiver takes each row's values over and may give back a list to fill again.
+    QVariantList row;
     for (; rc == SQLITE_ROW; rc = sqlite3_step(stmt)) {
-        QVariantList row;
+        row.clear();
         row.reserve(columns);
         for (int c = 0; c < columns; ++c)
             row.append(columnValue(stmt, c, prepared.dateColumns.at(c)));

@@ -22,7 +22,7 @@ public:
     void fields(const Recordset& empty) override { m_rows = empty; }
     bool row(QVariantList& values) override
     {
-        m_rows.appendRow(values);
+        m_rows.appendRow(std::move(values));
         return true;
     }
     Recordset& rows() { return m_rows; }
@@ -31,24 +31,24 @@ private:
     Recordset m_rows;
 };
 
-// Each row of a query in a recordset of its own, positioned on it, handed to a visitor.
+// Each row of a query handed to a visitor in a recordset that holds it alone, positioned on
+// it. One recordset serves every row: a visitor that keeps a copy keeps the row it saw.
 class Visitor : public RowReceiver
 {
 public:
     explicit Visitor(const std::function<bool(const Recordset&)>& visit) : m_visit(visit) {}
-    void fields(const Recordset& empty) override { m_fields = empty; }
+    void fields(const Recordset& empty) override { m_row = empty; }
     bool row(QVariantList& values) override
     {
         m_found = true;
-        Recordset row = m_fields;
-        row.appendRow(values);
-        return m_visit(row);
+        m_row.replaceRows(values);
+        return m_visit(m_row);
     }
     bool found() const { return m_found; }
 
 private:
     const std::function<bool(const Recordset&)>& m_visit;
-    Recordset m_fields;
+    Recordset m_row;
     bool m_found = false;
 };
 

@@ -1,3 +1,4 @@
+#include "DecimalDigits.h"
 #include "LocaleText.h"
 #include "NumberFormat.h"
 #include "NumberText.h"
@@ -26,6 +27,8 @@ private Q_SLOTS:
     void roundedReadsWhatFormatPrints_data();
     void roundedReadsWhatFormatPrints();
     void roundedRefusesWhatDoesNotReadBack();
+    void formatPrintsTheFifteenDigits_data();
+    void formatPrintsTheFifteenDigits();
 };
 
 void tst_NumberFormat::format_data()
@@ -134,6 +137,80 @@ void tst_NumberFormat::rounded()
     QCOMPARE(NumberFormat::rounded(value, pattern), expected);
 }
 
+void tst_NumberFormat::formatPrintsTheFifteenDigits_data()
+{
+    QTest::addColumn<QString>("pattern");
+    QTest::addColumn<int>("integerZeros");
+    QTest::addColumn<int>("decimals");
+    QTest::newRow("quantity") << "00.0000" << 2 << 4;
+    QTest::newRow("price") << "00.000000" << 2 << 6;
+    QTest::newRow("whole") << "0" << 1 << 0;
+    QTest::newRow("no integer zeros") << "#.00" << 0 << 2;
+    QTest::newRow("no zeros at all") << "#" << 0 << 0;
+    QTest::newRow("three integer zeros") << "000.0" << 3 << 1;
+    QTest::newRow("ten decimals") << "0.0000000000" << 1 << 10;
+}
+
+// format() prints the value's 15 significant digits rounded to the pattern's places, whether
+// the value already is such a decimal or not: checked against the digits themselves.
+void tst_NumberFormat::formatPrintsTheFifteenDigits()
+{
+    QFETCH(QString, pattern);
+    QFETCH(int, integerZeros);
+    QFETCH(int, decimals);
+    const LocaleRules point{QLocale::c()};
+    QRandomGenerator random(20261126);
+    QList<double> values = {0.0,
+                            -0.0,
+                            0.5,
+                            -0.5,
+                            1.0,
+                            -1.0,
+                            0.1,
+                            0.3,
+                            2.675,
+                            1.005,
+                            1e-7,
+                            1e14,
+                            1e15,
+                            999999999999999.0,
+                            99999999999.9999,
+                            12345.6789,
+                            -7.25,
+                            0.999,
+                            9.5};
+    for (int i = 0; i < 20000; ++i) {
+        double value = random.generateDouble() * std::pow(10.0, random.bounded(-7, 16));
+        if (random.bounded(2) == 1)
+            value = -value;
+        // Decimals as written: fewer, as many or more places than the pattern has.
+        if (i % 2 == 0) {
+            const double scale = std::pow(10.0, random.bounded(0, 12));
+            value = std::round(value * scale) / scale;
+        }
+        values.append(value);
+    }
+    for (const double value : std::as_const(values)) {
+        const DecimalDigits digits(value);
+        std::string integerPart;
+        std::string fraction;
+        digits.fixed(decimals, integerPart, fraction);
+        if (int(integerPart.size()) < integerZeros)
+            integerPart.insert(0, size_t(integerZeros) - integerPart.size(), '0');
+        const bool zero = integerPart.find_first_not_of('0') == std::string::npos &&
+                          fraction.find_first_not_of('0') == std::string::npos;
+        QString expected = digits.isNegative() && !zero ? QStringLiteral("-") : QString();
+        expected += QString::fromStdString(integerPart);
+        if (!fraction.empty())
+            expected += u'.' + QString::fromStdString(fraction);
+        const QString actual = NumberFormat::format(value, pattern, point);
+        if (actual != expected)
+            QFAIL(qPrintable(QStringLiteral("%1 with %2: \"%3\", its digits \"%4\"")
+                                 .arg(value, 0, 'g', 17)
+                                 .arg(pattern, actual, expected)));
+    }
+}
+
 void tst_NumberFormat::roundedReadsWhatFormatPrints_data()
 {
     QTest::addColumn<QString>("pattern");
@@ -152,10 +229,38 @@ void tst_NumberFormat::roundedReadsWhatFormatPrints()
     const LocaleRules point{QLocale::c()};
     const LocaleRules comma{QLocale(QLocale::Spanish, QLocale::Argentina)};
     QRandomGenerator random(20261122);
-    QList<double> values = {
-        0.0,      -0.0,    0.00004,  -0.00004, 0.00005, -0.00005, 2.675, -2.675,
-        12.34565, 1.005,   0.5,      -0.5,     1e15,    1e20,     -1e20, 123456789012345.6,
-        9.99995,  0.99995, 1.125e-7, 5e-324,   1e300};
+    QList<double> values = {0.0,
+                            -0.0,
+                            0.00004,
+                            -0.00004,
+                            0.00005,
+                            -0.00005,
+                            2.675,
+                            -2.675,
+                            12.34565,
+                            1.005,
+                            0.5,
+                            -0.5,
+                            1e15,
+                            1e20,
+                            -1e20,
+                            123456789012345.6,
+                            9.99995,
+                            0.99995,
+                            1.125e-7,
+                            5e-324,
+                            1e300,
+                            99999999999.9999,
+                            99999999999.99999,
+                            999999999999999.0,
+                            9999999999999999.0,
+                            0.1,
+                            0.3,
+                            2.5,
+                            -7.25,
+                            1e-4,
+                            1e-5,
+                            12345.6789};
     for (int i = 0; i < 20000; ++i) {
         // Mantissas of every size, from a millionth to a thousand million, both signs.
         const double magnitude = std::pow(10.0, random.bounded(-7, 10));
@@ -165,6 +270,12 @@ void tst_NumberFormat::roundedReadsWhatFormatPrints()
         // Values that sit on a rounding half of the last printed place.
         if (i % 4 == 0)
             value = std::round(value * 1e5) / 1e5 + 0.000005;
+        // Values written with a few decimals, as the stock holds them: fewer, as many or more
+        // than the pattern prints.
+        if (i % 4 == 1) {
+            const double scale = std::pow(10.0, random.bounded(0, 9));
+            value = std::round(value * scale) / scale;
+        }
         values.append(value);
     }
     for (const double value : std::as_const(values)) {

@@ -51,6 +51,11 @@ void tst_NumberText::toText_data()
     QTest::newRow("rounds up to 1E+15") << 999999999999999.9 << "1E+15";
     QTest::newRow("negative large") << -3.5e100 << "-3.5E+100";
     QTest::newRow("quantity") << 9.0 << "9";
+    QTest::newRow("negative whole") << -7.0 << "-7";
+    QTest::newRow("one") << 1.0 << "1";
+    QTest::newRow("fifteen digits whole") << 123456789012345.0 << "123456789012345";
+    QTest::newRow("negative below 1E+15") << -999999999999999.0 << "-999999999999999";
+    QTest::newRow("negative 1E+15") << -1e15 << "-1E+15";
     QTest::newRow("multiplier") << 0.5 << "0.5";
 }
 

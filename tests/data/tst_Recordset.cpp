@@ -93,6 +93,75 @@ private Q_SLOTS:
         QCOMPARE(rs.fieldNames().size(), 2);
     }
 
+    // A name finds the first field of that name in any letter case, however it is written.
+    void duplicateNamesFindTheFirst_data()
+    {
+        QTest::addColumn<QStringList>("fields");
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("expected");
+        QTest::newRow("same letters") << QStringList{"A", "A"} << "A" << 1;
+        QTest::newRow("later as written") << QStringList{"ab", "AB"} << "AB" << 1;
+        QTest::newRow("earlier as written") << QStringList{"ab", "AB"} << "ab" << 1;
+        QTest::newRow("other case") << QStringList{"ab", "AB"} << "Ab" << 1;
+        QTest::newRow("after another") << QStringList{"c", "Ab", "aB"} << "aB" << 2;
+        QTest::newRow("unique") << QStringList{"c", "Ab", "d"} << "d" << 3;
+    }
+
+    void duplicateNamesFindTheFirst()
+    {
+        QFETCH(QStringList, fields);
+        QFETCH(QString, name);
+        QFETCH(int, expected);
+        Recordset rs(fields);
+        rs.appendRow({1, 2, 3});
+        QCOMPARE(rs.value(name).toInt(), expected);
+    }
+
+    // One recordset can carry each row of a query in turn; a copy keeps the row it was made on.
+    void replaceRowsGivesTheOldRowBack()
+    {
+        Recordset rs(QStringList{QStringLiteral("A"), QStringLiteral("B")});
+        QVariantList values{1, 2, 99};
+        rs.replaceRows(values);
+        QVERIFY(values.isEmpty());
+        QCOMPARE(rs.recordCount(), 1);
+        QCOMPARE(rs.value(QStringLiteral("B")).toInt(), 2);
+        const Recordset kept = rs;
+        values = {3};
+        rs.replaceRows(values);
+        QCOMPARE(values, (QVariantList{1, 2}));
+        QCOMPARE(rs.recordCount(), 1);
+        QCOMPARE(rs.value(QStringLiteral("A")).toInt(), 3);
+        QVERIFY(rs.value(QStringLiteral("B")).isNull());
+        QCOMPARE(kept.value(QStringLiteral("A")).toInt(), 1);
+        values.clear();
+        QCOMPARE(kept.value(QStringLiteral("B")).toInt(), 2);
+    }
+
+    void replaceRowsDropsOtherRows()
+    {
+        Recordset rs = threeRows();
+        rs.moveNext();
+        QVariantList values{QStringLiteral("A9"), 9.5};
+        rs.replaceRows(values);
+        QCOMPARE(rs.recordCount(), 1);
+        QVERIFY(!rs.eof());
+        QCOMPARE(rs.value(QStringLiteral("ARTNRO")).toString(), QStringLiteral("A9"));
+    }
+
+    void appendRowTakesValuesOver()
+    {
+        Recordset rs(QStringList{QStringLiteral("A"), QStringLiteral("B")});
+        QVariantList values{1, 2, 3};
+        rs.appendRow(std::move(values));
+        rs.appendRow(QVariantList{4});
+        QCOMPARE(rs.recordCount(), 2);
+        QCOMPARE(rs.value(QStringLiteral("B")).toInt(), 2);
+        rs.moveNext();
+        QCOMPARE(rs.value(QStringLiteral("A")).toInt(), 4);
+        QVERIFY(rs.value(QStringLiteral("B")).isNull());
+    }
+
     void nullAndMissingValues()
     {
         Recordset rs(QStringList{QStringLiteral("A"), QStringLiteral("B"), QStringLiteral("C")});
