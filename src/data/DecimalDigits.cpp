@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 #include <cstdlib>
+#include <iterator>
 #include <limits>
 
 namespace oquivran {
@@ -85,6 +86,30 @@ void DecimalDigits::fixed(int decimals, std::string& integerPart, std::string& f
     }
     const auto first = integerPart.find_first_not_of('0');
     integerPart = first == std::string::npos ? std::string() : integerPart.substr(first);
+}
+
+namespace {
+
+constexpr double powersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6, 1e7,
+                                  1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14};
+
+} // namespace
+
+std::optional<quint64> DecimalDigits::exactUnits(double value, int decimals)
+{
+    if (decimals < 0 || decimals >= int(std::size(powersOfTen)))
+        return std::nullopt;
+    const double scale = powersOfTen[decimals];
+    const double units = std::nearbyint(value * scale);
+    // Both are exact in binary, so the quotient is the double nearest the decimal.
+    if (!(std::fabs(units) < 1e15) || units / scale != value)
+        return std::nullopt;
+    return quint64(std::fabs(units));
+}
+
+quint64 DecimalDigits::unitScale(int decimals)
+{
+    return quint64(powersOfTen[decimals]);
 }
 
 } // namespace oquivran

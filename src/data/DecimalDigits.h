@@ -1,6 +1,9 @@
 #pragma once
 
+#include <QtGlobal>
+
 #include <cstddef>
+#include <optional>
 #include <string>
 
 namespace oquivran {
@@ -24,6 +27,16 @@ public:
     // The digits written out in fixed notation with exactly `decimals` decimals, rounded half
     // away from zero: integer part (without leading zeros, possibly empty) and decimals.
     void fixed(int decimals, std::string& integerPart, std::string& fraction) const;
+
+    // The value's magnitude as a whole number of units of its last decimal place, when the
+    // value is exactly the decimal with `decimals` decimals (0 to 14) and 15 digits at most
+    // that reads back as it; nothing otherwise. Most values the component prints or rounds are
+    // such decimals. The decimal is then the only one of that many decimals that reads back as
+    // the value (its last place is wider than the value's spacing), so its digits, trailing
+    // zeros left off, are the value's digits(): known without writing the value out.
+    static std::optional<quint64> exactUnits(double value, int decimals);
+    // 10 to the power `decimals` (0 to 14), the scale of exactUnits().
+    static quint64 unitScale(int decimals);
 
 private:
     // Takes digits and exponent from to_chars' scientific text in [begin, end) (one character

@@ -7,7 +7,6 @@
 
 #include <charconv>
 #include <cmath>
-#include <optional>
 #include <string>
 
 namespace oquivran {
@@ -42,35 +41,13 @@ PatternShape patternShape(const QString& pattern)
             int(fractionPattern.count(u'0') + fractionPattern.count(u'#'))};
 }
 
-// The value as a whole number of units of its last decimal place, when it is exactly the
-// decimal with `decimals` decimals and 15 digits at most that reads back as it. Most values
-// the component prints or rounds are such decimals already. The decimal is then the only one
-// with that many decimals that reads back as the value (its last place is wider than the
-// value's spacing), so the value's 15 significant digits are these digits with trailing zeros
-// left off: what DecimalDigits would give, without writing the value out.
-std::optional<quint64> exactUnits(double value, int decimals)
-{
-    static constexpr double powersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6, 1e7,
-                                             1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14};
-    if (decimals < 0 || decimals >= int(std::size(powersOfTen)))
-        return std::nullopt;
-    const double scale = powersOfTen[decimals];
-    const double units = std::nearbyint(value * scale);
-    // Both are exact in binary, so the quotient is the double nearest the decimal.
-    if (!(std::fabs(units) < 1e15) || units / scale != value)
-        return std::nullopt;
-    return quint64(std::fabs(units));
-}
-
 PatternDigits patternDigits(double value, const QString& pattern)
 {
     const auto [integerZeros, decimals] = patternShape(pattern);
     PatternDigits result;
     bool zero = false;
-    if (const std::optional<quint64> units = exactUnits(value, decimals)) {
-        quint64 scale = 1;
-        for (int i = 0; i < decimals; ++i)
-            scale *= 10;
+    if (const std::optional<quint64> units = DecimalDigits::exactUnits(value, decimals)) {
+        const quint64 scale = DecimalDigits::unitScale(decimals);
         const quint64 integer = *units / scale;
         if (integer != 0)
             result.integerPart = std::to_string(integer);
@@ -99,11 +76,15 @@ QString NumberFormat::format(double value, const QString& pattern, const LocaleR
         return NumberText::toText(value, rules);
 
     const PatternDigits digits = patternDigits(value, pattern);
-    QString text = digits.minus ? QStringLiteral("-") : QString();
-    text += QString::fromLatin1(digits.integerPart);
+    // Written once into a string of the right size: reports print thousands of these.
+    QString text;
+    text.reserve(qsizetype(digits.integerPart.size() + digits.fraction.size()) + 2);
+    if (digits.minus)
+        text += u'-';
+    text += QLatin1String(digits.integerPart.data(), qsizetype(digits.integerPart.size()));
     if (!digits.fraction.empty()) {
         text += rules.decimalSeparator();
-        text += QString::fromLatin1(digits.fraction);
+        text += QLatin1String(digits.fraction.data(), qsizetype(digits.fraction.size()));
     }
     return text;
 }
@@ -115,7 +96,8 @@ double NumberFormat::rounded(double value, const QString& pattern, const LocaleR
     // A value that is exactly a decimal of the pattern's places prints as itself and reads
     // back as itself; zero as plain zero. A pattern without zeros prints nothing for zero.
     const PatternShape shape = patternShape(pattern);
-    if ((shape.decimals > 0 || shape.integerZeros > 0) && exactUnits(value, shape.decimals))
+    if ((shape.decimals > 0 || shape.integerZeros > 0) &&
+        DecimalDigits::exactUnits(value, shape.decimals))
         return value == 0 ? 0.0 : value;
     // The digits format prints, read back as reading that text reads them; without building
     // the text.

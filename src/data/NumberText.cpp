@@ -42,9 +42,25 @@ QString NumberText::toText(double value, const LocaleRules& rules)
 {
     if (!std::isfinite(value))
         return nonFiniteText(value);
-    // Whole numbers of up to 15 digits print as they are, with no separator to choose.
-    if (std::fabs(value) < 1e15 && value == std::trunc(value))
-        return value == 0 ? QStringLiteral("0") : QString::number(qint64(value));
+    // A value that is a decimal of a few places prints from its units: the fewest places that
+    // hold it are its digits without trailing zeros.
+    for (int decimals = 0; decimals <= 6; ++decimals) {
+        const std::optional<quint64> units = DecimalDigits::exactUnits(value, decimals);
+        if (!units)
+            continue;
+        if (*units == 0)
+            return QStringLiteral("0");
+        const quint64 scale = DecimalDigits::unitScale(decimals);
+        QString text = std::signbit(value) ? QStringLiteral("-") : QString();
+        text += QString::number(*units / scale);
+        if (decimals > 0) {
+            text += rules.decimalSeparator();
+            const QString fraction = QString::number(*units % scale);
+            text += QString(decimals - fraction.size(), u'0');
+            text += fraction;
+        }
+        return text;
+    }
     const DecimalDigits digits(value);
     if (digits.isZero())
         return QStringLiteral("0");

@@ -101,18 +101,21 @@ int Recordset::fieldIndex(const QString& field) const
 {
     // A query has a dozen fields or so and is read by the names it was written with: comparing
     // them costs less than hashing the name.
-    // Names differ early, mostly in length or in one of their first letters.
+    // Names of one query mostly share their first letters (ARTNRO, ARTITM): they differ in
+    // length or in the last letter, compared first.
     const qsizetype size = field.size();
     const QChar* const wanted = field.constData();
     for (qsizetype i = 0; i < m_fieldNames.size(); ++i) {
         const QString& name = m_fieldNames.at(i);
-        if (name.size() != size)
+        if (name.size() != size || size == 0)
             continue;
         const QChar* const letters = name.constData();
+        if (letters[size - 1] != wanted[size - 1])
+            continue;
         qsizetype k = 0;
-        while (k < size && letters[k] == wanted[k])
+        while (k < size - 1 && letters[k] == wanted[k])
             ++k;
-        if (k == size)
+        if (k == size - 1)
             return m_found.at(i);
     }
     const auto found = m_index.constFind(field);

@@ -176,10 +176,11 @@ bool SqlLexer::next(Token& token)
     return scan(m_text, m_position, m_depth, m_problem, token);
 }
 
-SqlLexer::Lexed SqlLexer::lex(const QString& text)
+SqlLexer::Lexed SqlLexer::lex(const QString& text, QList<Token> room)
 {
     Lexed lexed;
     lexed.text = text;
+    lexed.tokens = std::move(room);
     // A token and the blank after it take four characters or more in the component's
     // statements. The tokens are written in place: appending one by one costs as much as
     // reading them.

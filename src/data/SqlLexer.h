@@ -61,8 +61,9 @@ public:
         bool isLexed() const { return problem == Problem::None; }
     };
 
-    // The tokens of a whole text.
-    static Lexed lex(const QString& text);
+    // The tokens of a whole text. A list given as room is filled in its place, so a caller
+    // lexing text after text can hand back the list of the one before and allocate nothing.
+    static Lexed lex(const QString& text, QList<Token> room = {});
 
     // Reads the tokens of a piece of text one by one, from `depth` open parentheses on; a piece
     // may close parentheses opened before it.

@@ -7,6 +7,8 @@
 
 #include <oquivran/Recordset.h>
 
+#include <QScopeGuard>
+
 #include <optional>
 
 namespace oquivran {
@@ -93,7 +95,9 @@ template <typename Step> void StatementPipeline::run(const QString& sql, Run kin
     bool runAsShared = false;
     // The text is lexed once: the tokens of its shared form are worked out from these, and
     // only when that form is prepared.
-    const SqlLexer::Lexed lexed = SqlLexer::lex(sql);
+    SqlLexer::Lexed lexed = SqlLexer::lex(sql, std::move(m_tokens));
+    // Given back when the run ends, after the shared form that shares it.
+    const auto giveBack = qScopeGuard([&] { m_tokens = std::move(lexed.tokens); });
     if (std::optional<LiteralParameters::Result> shared = LiteralParameters::extract(lexed)) {
         PreparedStatement* statement = m_cache.find(shared->text);
         if (!statement) {

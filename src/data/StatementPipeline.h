@@ -1,5 +1,6 @@
 #pragma once
 
+#include "SqlLexer.h"
 #include "StatementCache.h"
 #include "StatementDriver.h"
 
@@ -49,6 +50,8 @@ private:
 
     StatementDriver& m_driver;
     StatementCache m_cache;
+    // The token list of the text run before, room for the next one's.
+    QList<SqlLexer::Token> m_tokens;
     bool m_visiting = false;
 };
 

@@ -3,9 +3,12 @@
 
 #include <oquivran/RuntimeError.h>
 
+#include <QRandomGenerator>
 #include <QtTest>
 
+#include <charconv>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 using namespace oquivran;
@@ -18,6 +21,7 @@ private Q_SLOTS:
     void toText_data();
     void toText();
     void toTextUnderBothSeparators();
+    void toTextIsFifteenDigits();
     void toNumber_data();
     void toNumber();
     void refusesNonNumbers_data();
@@ -26,6 +30,55 @@ private Q_SLOTS:
     void roundTrip_data();
     void roundTrip();
 };
+
+// Between 1E-04 and 1E+15, with 15 decimals at most, the text is the value's 15 significant digits
+// without trailing zeros, as "%.15g" prints it in C: values written with few decimals, many or none
+// alike.
+void tst_NumberText::toTextIsFifteenDigits()
+{
+    const LocaleRules point{QLocale::c()};
+    QRandomGenerator random(20261126);
+    QList<double> values = {0.1,
+                            0.3,
+                            -0.5,
+                            2.5,
+                            7.25,
+                            1e-4,
+                            0.000123,
+                            12345.6789,
+                            1e14,
+                            -1e14,
+                            99999999999.9999,
+                            999999999999999.0,
+                            0.1 + 0.2,
+                            1.0 / 3};
+    for (int i = 0; i < 20000; ++i) {
+        double value = random.generateDouble() * std::pow(10.0, random.bounded(-3, 15));
+        if (random.bounded(2) == 1)
+            value = -value;
+        if (i % 2 == 0) {
+            const double scale = std::pow(10.0, random.bounded(0, 10));
+            value = std::round(value * scale) / scale;
+        }
+        values.append(value);
+    }
+    for (const double value : std::as_const(values)) {
+        if (std::fabs(value) < 1e-4 || std::fabs(value) >= 1e15)
+            continue;
+        char expected[64] = {};
+        std::to_chars(expected, expected + sizeof expected - 1, value, std::chars_format::general,
+                      15);
+        // More than 15 decimals print in scientific notation.
+        const char* decimals = std::strchr(expected, '.');
+        if (decimals && std::strlen(decimals + 1) > 15)
+            continue;
+        const QString actual = NumberText::toText(value, point);
+        if (actual != QLatin1String(expected))
+            QFAIL(qPrintable(QStringLiteral("%1: \"%2\", C prints \"%3\"")
+                                 .arg(value, 0, 'g', 17)
+                                 .arg(actual, QLatin1String(expected))));
+    }
+}
 
 void tst_NumberText::toText_data()
 {
