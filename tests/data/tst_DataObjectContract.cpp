@@ -23,6 +23,39 @@ using namespace DataObjectCalls;
 
 namespace {
 
+// A second connection on a database, reading past the data object under test: what a unit
+// has not committed yet is not seen from it.
+class Observer
+{
+public:
+    // database must be open; isOpen() tells whether the second connection opened too.
+    explicit Observer(const QSqlDatabase& database)
+        : m_open(database.isOpen() && QSqlDatabase::cloneDatabase(database, name).open())
+    {
+    }
+    ~Observer()
+    {
+        QSqlDatabase::database(name, false).close();
+        QSqlDatabase::removeDatabase(name);
+    }
+    Observer(const Observer&) = delete;
+    Observer& operator=(const Observer&) = delete;
+
+    bool isOpen() const { return m_open; }
+    // A table's rows as committed (-1 on failure).
+    int count(const QString& table) const
+    {
+        QSqlQuery query(QSqlDatabase::database(name, false));
+        if (!query.exec(u"select count(*) from " + table) || !query.next())
+            return -1;
+        return query.value(0).toInt();
+    }
+
+private:
+    inline static const QString name = QStringLiteral("observer");
+    bool m_open;
+};
+
 // A database the contract runs on, with its schema created and one data object of its kind,
 // and what its server does differently.
 class ContractDatabase
@@ -36,7 +69,8 @@ public:
     virtual QSqlDatabase database() const = 0;
     // A new data object of the kind under test on the connection.
     virtual std::unique_ptr<DataObject> object() const = 0;
-    // A table's rows, read past the object (-1 on failure).
+    // A table's rows, read past the object on a connection of its own, as committed (-1 on
+    // failure).
     virtual int count(const QString& table) const = 0;
     // The source its errors carry.
     virtual QString source() const = 0;
@@ -56,25 +90,33 @@ public:
     // Checks a visit of "select *" on T once a column was added, where the object keeps its
     // statements.
     virtual void visitAfterAddedColumn(DataObject& dao, const QString& sql) const = 0;
+
+    // A query whose last row cannot be evaluated, and what its rows before give.
+    struct FailingLastRow
+    {
+        // "select PRDNRO, <expression> as n from PRD where PRDNRO > 'P'" over the rows
+        // (CATNRO, PRDNRO, PRDMUL) ('1', 'P1', 1), ('2', 'P2', 2) and ('abc', 'P3', 0), in
+        // that order; the expression fails on the last.
+        QString sql;
+        // "PRDNRO=n" of the first two rows.
+        QStringList firstRows;
+    };
+    virtual FailingLastRow failingLastRow() const = 0;
+    // Checks the message of the error failingLastRow()'s last row raises.
+    virtual void checkLastRowError(const QString& description) const = 0;
 };
 
 // SqlDataObject on a SQLite file of its own.
 class SqliteDatabase : public ContractDatabase
 {
 public:
-    bool isOpen() const override { return m_temp.isOpen(); }
+    bool isOpen() const override { return m_temp.isOpen() && m_observer.isOpen(); }
     QSqlDatabase database() const override { return m_temp.database(); }
     std::unique_ptr<DataObject> object() const override
     {
         return std::make_unique<SqlDataObject>(database());
     }
-    int count(const QString& table) const override
-    {
-        QSqlQuery query(database());
-        if (!query.exec(u"select count(*) from " + table) || !query.next())
-            return -1;
-        return query.value(0).toInt();
-    }
+    int count(const QString& table) const override { return m_observer.count(table); }
     QString source() const override { return QStringLiteral("SqlDataObject"); }
     // SQLite stores each value with a class of its own, whatever the column declares.
     QString typeOf(const QString& column) const override { return u"typeof(" + column + u')'; }
@@ -113,9 +155,21 @@ public:
         }));
         QCOMPARE(fields, fieldsAfterAddedColumn());
     }
+    // Text that is no number fails cdbl() on the row that holds it.
+    FailingLastRow failingLastRow() const override
+    {
+        return {QStringLiteral("select PRDNRO, cdbl(CATNRO) as n from PRD where PRDNRO > 'P'"),
+                {QStringLiteral("P1=1"), QStringLiteral("P2=2")}};
+    }
+    void checkLastRowError(const QString& description) const override
+    {
+        QCOMPARE(description, QStringLiteral("Type mismatch"));
+    }
 
 private:
     TempDatabase m_temp;
+    // Declared after the file it reads, so it closes first.
+    Observer m_observer{m_temp.database()};
 };
 
 // PgDataObject on a schema of its own on the throwaway server, with an observer connection
@@ -123,29 +177,13 @@ private:
 class PostgresqlDatabase : public ContractDatabase
 {
 public:
-    PostgresqlDatabase()
-    {
-        if (m_temp.isOpen())
-            m_observing = QSqlDatabase::cloneDatabase(database(), observer).open();
-    }
-    ~PostgresqlDatabase() override
-    {
-        QSqlDatabase::database(observer, false).close();
-        QSqlDatabase::removeDatabase(observer);
-    }
-    bool isOpen() const override { return m_temp.isOpen() && m_observing; }
+    bool isOpen() const override { return m_temp.isOpen() && m_observer.isOpen(); }
     QSqlDatabase database() const override { return m_temp.database(); }
     std::unique_ptr<DataObject> object() const override
     {
         return std::make_unique<PgDataObject>(database());
     }
-    int count(const QString& table) const override
-    {
-        QSqlQuery query(QSqlDatabase::database(observer, false));
-        if (!query.exec(u"select count(*) from " + table) || !query.next())
-            return -1;
-        return query.value(0).toInt();
-    }
+    int count(const QString& table) const override { return m_observer.count(table); }
     QString source() const override { return QStringLiteral("PgDataObject"); }
     // A column keeps the type it was declared with: there is no class per value to check.
     QString typeOf(const QString&) const override { return QString(); }
@@ -171,11 +209,22 @@ public:
     // Statements are prepared on the server per text; the fields of a changed table are read
     // through open().
     void visitAfterAddedColumn(DataObject&, const QString&) const override {}
+    // A division by zero fails on the row that divides. Unsorted, the rows leave the table in
+    // the order they went in, each computed as it is sent.
+    FailingLastRow failingLastRow() const override
+    {
+        return {QStringLiteral("select PRDNRO, 2 / PRDMUL as n from PRD where PRDNRO > 'P'"),
+                {QStringLiteral("P1=2"), QStringLiteral("P2=1")}};
+    }
+    void checkLastRowError(const QString& description) const override
+    {
+        QVERIFY2(description.contains(QStringLiteral("division by zero")), qPrintable(description));
+    }
 
 private:
-    inline static const QString observer = QStringLiteral("observer");
     PgTestDatabase m_temp;
-    bool m_observing = false;
+    // Declared after the schema it reads, so it closes first.
+    Observer m_observer{m_temp.database()};
 };
 
 } // namespace
@@ -601,6 +650,45 @@ private Q_SLOTS:
         QCOMPARE(run(dao, QStringLiteral("delete from PRD where PRDNRO = 'P1'")), 1);
     }
 
+    // Rows are read only as the visitor asks: a last row that cannot be evaluated is never
+    // reached when the visitor stops before it, and fails when it goes on.
+    void forEachRowReadsOnlyWhatIsAsked()
+    {
+        DataObject& dao = *m_dao;
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('1', 'P1', 1)"));
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('2', 'P2', 2)"));
+        run(dao,
+            QStringLiteral("insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('abc', 'P3', 0)"));
+        const ContractDatabase::FailingLastRow failing = m_db->failingLastRow();
+        QStringList seen;
+        dao.setSql(failing.sql);
+        QVERIFY(dao.forEachRow([&](const Recordset& row) {
+            seen << row.value(QStringLiteral("PRDNRO")).toString() + u'=' +
+                        NumberText::toText(row.value(QStringLiteral("n")).toDouble());
+            return seen.size() < 2;
+        }));
+        QCOMPARE(seen, failing.firstRows);
+
+        // Read to its end, the same text fails on the third row, after two were handed over.
+        seen.clear();
+        dao.setSql(failing.sql);
+        const RuntimeError error = errorOf([&] {
+            dao.forEachRow([&](const Recordset& row) {
+                seen << row.value(QStringLiteral("PRDNRO")).toString();
+                return true;
+            });
+        });
+        QCOMPARE(error.number, qint32(DatabaseError));
+        m_db->checkLastRowError(error.description);
+        if (QTest::currentTestFailed())
+            return;
+        QCOMPARE(seen.size(), 2);
+        // open() reads every row, so it fails before giving any.
+        Recordset rs;
+        dao.setSql(failing.sql);
+        m_db->checkLastRowError(errorOf([&] { dao.open(rs); }).description);
+    }
+
     // A statement whose table changed is read with the new columns.
     void forEachRowAfterTableChange()
     {
@@ -620,6 +708,37 @@ private Q_SLOTS:
         QVERIFY(other.exec(QStringLiteral("alter table T add column B text default 'b'")));
         QCOMPARE(rows(dao, sql).fieldNames(), m_db->fieldsAfterAddedColumn());
         m_db->visitAfterAddedColumn(dao, sql);
+    }
+
+    // What a unit writes is seen from another connection once it is committed, not before.
+    void unitTakesEffectAtCommit()
+    {
+        DataObject& dao = *m_dao;
+        dao.transaction();
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P1')"));
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P2')"));
+        QCOMPARE(m_db->count(QStringLiteral("PRD")), 0);
+        dao.commit();
+        QCOMPARE(m_db->count(QStringLiteral("PRD")), 2);
+    }
+
+    void rollbackUndoesTheUnit()
+    {
+        DataObject& dao = *m_dao;
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('C', 'P', 1)"));
+        dao.transaction();
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'Q')"));
+        QCOMPARE(run(dao, QStringLiteral("update PRD set PRDMUL = 7")), 2);
+        dao.rollback();
+        QCOMPARE(m_db->count(QStringLiteral("PRD")), 1);
+        QCOMPARE(rows(dao, QStringLiteral("select PRDMUL from PRD"))
+                     .value(QStringLiteral("PRDMUL"))
+                     .toDouble(),
+                 1.0);
+        // Outside a unit each statement takes effect on its own again.
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'R')"));
+        dao.rollback();
+        QCOMPARE(m_db->count(QStringLiteral("PRD")), 2);
     }
 };
 

@@ -1,5 +1,4 @@
 #include "DataObjectCalls.h"
-#include "NumberText.h"
 #include "Schema.h"
 #include "TempDatabase.h"
 
@@ -14,7 +13,6 @@
 #include <functional>
 #include <memory>
 
-using oquivran::NumberText;
 using oquivran::Recordset;
 using oquivran::RuntimeError;
 using oquivran::Schema;
@@ -36,13 +34,6 @@ struct OtherConnection
         dao.reset();
         QSqlDatabase::database(name, false).close();
         QSqlDatabase::removeDatabase(name);
-    }
-    int count(const QString& table)
-    {
-        QSqlQuery query(QSqlDatabase::database(name, false));
-        if (!query.exec(u"select count(*) from " + table) || !query.next())
-            return -1;
-        return query.value(0).toInt();
     }
     const QString name = QStringLiteral("tst_SqlDataObject-other");
     std::unique_ptr<SqlDataObject> dao;
@@ -189,43 +180,6 @@ private Q_SLOTS:
         QSqlDatabase::removeDatabase(name);
     }
 
-    // Rows are read only as the visitor asks: a third row that cannot be evaluated is never
-    // reached when the visitor stops at the second, and fails when it goes on.
-    void forEachRowReadsOnlyWhatIsAsked()
-    {
-        SqlDataObject dao(db());
-        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('1', 'P1')"));
-        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('2', 'P2')"));
-        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('abc', 'P3')"));
-        const QString sql =
-            QStringLiteral("select PRDNRO, cdbl(CATNRO) as n from PRD where PRDNRO > 'P'");
-        QStringList seen;
-        dao.setSql(sql);
-        QVERIFY(dao.forEachRow([&](const Recordset& row) {
-            seen << row.value(QStringLiteral("PRDNRO")).toString() + u'=' +
-                        NumberText::toText(row.value(QStringLiteral("n")).toDouble());
-            return seen.size() < 2;
-        }));
-        QCOMPARE(seen, QStringList({QStringLiteral("P1=1"), QStringLiteral("P2=2")}));
-
-        // Read to its end, the same text fails on the third row, after two were handed over.
-        seen.clear();
-        dao.setSql(sql);
-        const RuntimeError error = errorOf([&] {
-            dao.forEachRow([&](const Recordset& row) {
-                seen << row.value(QStringLiteral("PRDNRO")).toString();
-                return true;
-            });
-        });
-        QCOMPARE(error.number, qint32(oquivran::DatabaseError));
-        QCOMPARE(error.description, QStringLiteral("Type mismatch"));
-        QCOMPARE(seen.size(), 2);
-        // open() reads every row, so it fails before giving any.
-        Recordset rs;
-        dao.setSql(sql);
-        QCOMPARE(errorOf([&] { dao.open(rs); }).description, QStringLiteral("Type mismatch"));
-    }
-
     void lockedDatabase()
     {
         const QString name = QStringLiteral("tst_SqlDataObject-locker");
@@ -253,37 +207,6 @@ private Q_SLOTS:
             locker.close();
         }
         QSqlDatabase::removeDatabase(name);
-    }
-
-    void unitTakesEffectAtCommit()
-    {
-        SqlDataObject dao(db());
-        OtherConnection other(m_temp->filePath());
-        dao.transaction();
-        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P1')"));
-        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P2')"));
-        QCOMPARE(other.count(QStringLiteral("PRD")), 0);
-        dao.commit();
-        QCOMPARE(other.count(QStringLiteral("PRD")), 2);
-    }
-
-    void rollbackUndoesTheUnit()
-    {
-        SqlDataObject dao(db());
-        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('C', 'P', 1)"));
-        dao.transaction();
-        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'Q')"));
-        QCOMPARE(run(dao, QStringLiteral("update PRD set PRDMUL = 7")), 2);
-        dao.rollback();
-        QCOMPARE(count(QStringLiteral("PRD")), 1);
-        QCOMPARE(rows(dao, QStringLiteral("select PRDMUL from PRD"))
-                     .value(QStringLiteral("PRDMUL"))
-                     .toDouble(),
-                 1.0);
-        // Outside a unit each statement takes effect on its own again.
-        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'R')"));
-        dao.rollback();
-        QCOMPARE(count(QStringLiteral("PRD")), 2);
     }
 
     void unitWaitsForTheWriterLockThenReports()
