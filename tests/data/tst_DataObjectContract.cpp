@@ -4,6 +4,7 @@
 #include "NumberText.h"
 #include "PgTestDatabase.h"
 #include "Schema.h"
+#include "SecondConnection.h"
 #include "SqlValue.h"
 #include "TempDatabase.h"
 
@@ -22,39 +23,6 @@ using namespace oquivran;
 using namespace DataObjectCalls;
 
 namespace {
-
-// A second connection on a database, reading past the data object under test: what a unit
-// has not committed yet is not seen from it.
-class Observer
-{
-public:
-    // database must be open; isOpen() tells whether the second connection opened too.
-    explicit Observer(const QSqlDatabase& database)
-        : m_open(database.isOpen() && QSqlDatabase::cloneDatabase(database, name).open())
-    {
-    }
-    ~Observer()
-    {
-        QSqlDatabase::database(name, false).close();
-        QSqlDatabase::removeDatabase(name);
-    }
-    Observer(const Observer&) = delete;
-    Observer& operator=(const Observer&) = delete;
-
-    bool isOpen() const { return m_open; }
-    // A table's rows as committed (-1 on failure).
-    int count(const QString& table) const
-    {
-        QSqlQuery query(QSqlDatabase::database(name, false));
-        if (!query.exec(u"select count(*) from " + table) || !query.next())
-            return -1;
-        return query.value(0).toInt();
-    }
-
-private:
-    inline static const QString name = QStringLiteral("observer");
-    bool m_open;
-};
 
 // A database the contract runs on, with its schema created and one data object of its kind,
 // and what its server does differently.
@@ -169,7 +137,7 @@ public:
 private:
     TempDatabase m_temp;
     // Declared after the file it reads, so it closes first.
-    Observer m_observer{m_temp.database()};
+    SecondConnection m_observer{m_temp.database(), QStringLiteral("observer")};
 };
 
 // PgDataObject on a schema of its own on the throwaway server, with an observer connection
@@ -224,7 +192,7 @@ public:
 private:
     PgTestDatabase m_temp;
     // Declared after the schema it reads, so it closes first.
-    Observer m_observer{m_temp.database()};
+    SecondConnection m_observer{m_temp.database(), QStringLiteral("observer")};
 };
 
 } // namespace

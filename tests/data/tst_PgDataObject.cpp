@@ -4,6 +4,7 @@
 #include "NumberText.h"
 #include "PgTestDatabase.h"
 #include "Schema.h"
+#include "SecondConnection.h"
 
 #include <oquivran/PgDataObject.h>
 #include <oquivran/Recordset.h>
@@ -36,24 +37,12 @@ class tst_PgDataObject : public QObject
 
 private:
     std::unique_ptr<PgTestDatabase> m_temp;
+    // Reads past the object under test.
+    std::unique_ptr<SecondConnection> m_observer;
 
     QSqlDatabase db() const { return m_temp->database(); }
-    // A value read past the object under test, on a connection of its own.
-    QVariant scalar(const QString& sql) const
-    {
-        QSqlDatabase observer = QSqlDatabase::database(QStringLiteral("observer"), false);
-        if (!observer.isOpen())
-            return QVariant();
-        QSqlQuery query(observer);
-        if (!query.exec(sql) || !query.next())
-            return QVariant();
-        return query.value(0);
-    }
-    int count(const QString& table) const
-    {
-        const QVariant n = scalar(u"select count(*) from " + table);
-        return n.isValid() ? n.toInt() : -1;
-    }
+    QVariant scalar(const QString& sql) const { return m_observer->scalar(sql); }
+    int count(const QString& table) const { return m_observer->count(table); }
 
 private Q_SLOTS:
     void initTestCase()
@@ -66,12 +55,12 @@ private Q_SLOTS:
         m_temp = std::make_unique<PgTestDatabase>();
         QVERIFY(m_temp->isOpen());
         Schema::create(db(), Schema::Database::Discharge);
-        QVERIFY(QSqlDatabase::cloneDatabase(db(), QStringLiteral("observer")).open());
+        m_observer = std::make_unique<SecondConnection>(db(), QStringLiteral("observer"));
+        QVERIFY(m_observer->isOpen());
     }
     void cleanup()
     {
-        QSqlDatabase::database(QStringLiteral("observer"), false).close();
-        QSqlDatabase::removeDatabase(QStringLiteral("observer"));
+        m_observer.reset();
         m_temp.reset();
     }
 
@@ -273,43 +262,38 @@ private Q_SLOTS:
     void concurrentUnitsOnOneStockLine()
     {
         PgDataObject first(db());
-        QSqlDatabase second = QSqlDatabase::cloneDatabase(db(), QStringLiteral("second-unit"));
-        {
-            QVERIFY(second.open());
-            PgDataObject other(second);
-            run(first, QStringLiteral("insert into INS (INTDCL, ARTNRO, ARTITM, ARTSBT, ARTCAT, "
-                                      "ARTDSC) values ('D', 'A', 1, 1, 10, 10)"));
-            first.transaction();
-            other.transaction();
-            const QString sum = QStringLiteral(
-                "select sum(DIPCAN) as s from DIP where ARTDCL = 'D' and ARTNRO = 'A'");
-            rows(first, sum);
-            rows(other, sum);
-            run(first, QStringLiteral("insert into DIP (EXTINT, EXTSBT, ARTDCL, ARTNRO, ARTITM, "
-                                      "ARTSBT, DIPCAN) values ('OP1', 1, 'D', 'A', 1, 1, 6)"));
-            run(first, QStringLiteral("update INS set ARTDSC = 4 where INTDCL = 'D'"));
-            first.commit();
-            const RuntimeError error = errorOf([&] {
-                run(other, QStringLiteral("insert into DIP (EXTINT, EXTSBT, ARTDCL, ARTNRO, "
-                                          "ARTITM, ARTSBT, DIPCAN) values ('OP2', 1, 'D', 'A', "
-                                          "1, 1, 7)"));
-                run(other, QStringLiteral("update INS set ARTDSC = 3 where INTDCL = 'D'"));
-                other.commit();
-            });
-            QCOMPARE(error.number, qint32(oquivran::DatabaseError));
-            QCOMPARE(error.source, QStringLiteral("PgDataObject"));
-            QVERIFY2(error.description.contains(QStringLiteral("could not serialize")),
-                     qPrintable(error.description));
-            QCOMPARE(error.nativeErrorCode, QStringLiteral("40001"));
-            QVERIFY(other.isConflict(error));
-            other.rollback();
-            QCOMPARE(scalar(QStringLiteral("select ARTDSC from INS")).toDouble(), 4.0);
-            QCOMPARE(count(QStringLiteral("DIP")), 1);
-            QCOMPARE(run(other, QStringLiteral("update INS set ARTDSC = 4 where INTDCL = 'D'")), 1);
-        }
-        second.close();
-        second = QSqlDatabase();
-        QSqlDatabase::removeDatabase(QStringLiteral("second-unit"));
+        SecondConnection second(db(), QStringLiteral("second-unit"));
+        QVERIFY(second.isOpen());
+        PgDataObject other(second.database());
+        run(first, QStringLiteral("insert into INS (INTDCL, ARTNRO, ARTITM, ARTSBT, ARTCAT, "
+                                  "ARTDSC) values ('D', 'A', 1, 1, 10, 10)"));
+        first.transaction();
+        other.transaction();
+        const QString sum =
+            QStringLiteral("select sum(DIPCAN) as s from DIP where ARTDCL = 'D' and ARTNRO = 'A'");
+        rows(first, sum);
+        rows(other, sum);
+        run(first, QStringLiteral("insert into DIP (EXTINT, EXTSBT, ARTDCL, ARTNRO, ARTITM, "
+                                  "ARTSBT, DIPCAN) values ('OP1', 1, 'D', 'A', 1, 1, 6)"));
+        run(first, QStringLiteral("update INS set ARTDSC = 4 where INTDCL = 'D'"));
+        first.commit();
+        const RuntimeError error = errorOf([&] {
+            run(other, QStringLiteral("insert into DIP (EXTINT, EXTSBT, ARTDCL, ARTNRO, "
+                                      "ARTITM, ARTSBT, DIPCAN) values ('OP2', 1, 'D', 'A', "
+                                      "1, 1, 7)"));
+            run(other, QStringLiteral("update INS set ARTDSC = 3 where INTDCL = 'D'"));
+            other.commit();
+        });
+        QCOMPARE(error.number, qint32(oquivran::DatabaseError));
+        QCOMPARE(error.source, QStringLiteral("PgDataObject"));
+        QVERIFY2(error.description.contains(QStringLiteral("could not serialize")),
+                 qPrintable(error.description));
+        QCOMPARE(error.nativeErrorCode, QStringLiteral("40001"));
+        QVERIFY(other.isConflict(error));
+        other.rollback();
+        QCOMPARE(scalar(QStringLiteral("select ARTDSC from INS")).toDouble(), 4.0);
+        QCOMPARE(count(QStringLiteral("DIP")), 1);
+        QCOMPARE(run(other, QStringLiteral("update INS set ARTDSC = 4 where INTDCL = 'D'")), 1);
     }
 
     // The stock of an input is held by one connection at a time; another waits its bounded
@@ -317,44 +301,38 @@ private Q_SLOTS:
     void stockLocksKeepUnitsApart()
     {
         PgDataObject first(db());
-        QSqlDatabase second = QSqlDatabase::cloneDatabase(db(), QStringLiteral("second-unit"));
-        {
-            QVERIFY(second.open());
-            PgDataObject other(second);
-            QCOMPARE(other.lockWait(), 5000);
-            first.lockStock({QStringLiteral("A"), QStringLiteral("B")}, 1000);
-            QElapsedTimer timer;
-            timer.start();
-            const RuntimeError waited =
-                errorOf([&] { other.lockStock({QStringLiteral("B")}, 200); });
-            QVERIFY(timer.elapsed() >= 200);
-            QCOMPARE(waited.nativeErrorCode, QStringLiteral("55P03"));
-            QVERIFY2(waited.description.contains(QStringLiteral("lock timeout")),
-                     qPrintable(waited.description));
-            QVERIFY(other.isConflict(waited));
-            // Another input's stock, and the session's own setting, are untouched.
-            other.lockStock({QStringLiteral("C")}, 200);
-            QCOMPARE(rows(other, QStringLiteral("select current_setting('lock_timeout') as t"))
-                         .value(QStringLiteral("t"))
-                         .toString(),
-                     QStringLiteral("0"));
-            other.unlockStock();
-            first.unlockStock();
-            // Released, in any order of the inputs.
-            other.lockStock({QStringLiteral("B"), QStringLiteral("A")}, 200);
-            const QString held = u"select count(*) from pg_locks where locktype = 'advisory' and "
-                                 u"granted and pid = " +
-                                 rows(other, QStringLiteral("select pg_backend_pid() as p"))
-                                     .value(QStringLiteral("p"))
-                                     .toString();
-            QCOMPARE(scalar(held).toInt(), 2);
-            other.unlockStock();
-            other.unlockStock();
-            QCOMPARE(scalar(held).toInt(), 0);
-        }
-        second.close();
-        second = QSqlDatabase();
-        QSqlDatabase::removeDatabase(QStringLiteral("second-unit"));
+        SecondConnection second(db(), QStringLiteral("second-unit"));
+        QVERIFY(second.isOpen());
+        PgDataObject other(second.database());
+        QCOMPARE(other.lockWait(), 5000);
+        first.lockStock({QStringLiteral("A"), QStringLiteral("B")}, 1000);
+        QElapsedTimer timer;
+        timer.start();
+        const RuntimeError waited = errorOf([&] { other.lockStock({QStringLiteral("B")}, 200); });
+        QVERIFY(timer.elapsed() >= 200);
+        QCOMPARE(waited.nativeErrorCode, QStringLiteral("55P03"));
+        QVERIFY2(waited.description.contains(QStringLiteral("lock timeout")),
+                 qPrintable(waited.description));
+        QVERIFY(other.isConflict(waited));
+        // Another input's stock, and the session's own setting, are untouched.
+        other.lockStock({QStringLiteral("C")}, 200);
+        QCOMPARE(rows(other, QStringLiteral("select current_setting('lock_timeout') as t"))
+                     .value(QStringLiteral("t"))
+                     .toString(),
+                 QStringLiteral("0"));
+        other.unlockStock();
+        first.unlockStock();
+        // Released, in any order of the inputs.
+        other.lockStock({QStringLiteral("B"), QStringLiteral("A")}, 200);
+        const QString held = u"select count(*) from pg_locks where locktype = 'advisory' and "
+                             u"granted and pid = " +
+                             rows(other, QStringLiteral("select pg_backend_pid() as p"))
+                                 .value(QStringLiteral("p"))
+                                 .toString();
+        QCOMPARE(scalar(held).toInt(), 2);
+        other.unlockStock();
+        other.unlockStock();
+        QCOMPARE(scalar(held).toInt(), 0);
     }
 
     // A unit whose connection breaks is not carried on statement by statement on a new one.

@@ -1,5 +1,6 @@
 #include "DataObjectCalls.h"
 #include "Schema.h"
+#include "SecondConnection.h"
 #include "TempDatabase.h"
 
 #include <oquivran/Recordset.h>
@@ -17,27 +18,6 @@ using oquivran::Recordset;
 using oquivran::RuntimeError;
 using oquivran::Schema;
 using oquivran::SqlDataObject;
-
-// A second connection on the same file, with an object of its own; closed and removed at
-// the end of the test.
-struct OtherConnection
-{
-    explicit OtherConnection(const QString& file)
-    {
-        QSqlDatabase other = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
-        other.setDatabaseName(file);
-        other.open();
-        dao = std::make_unique<SqlDataObject>(other);
-    }
-    ~OtherConnection()
-    {
-        dao.reset();
-        QSqlDatabase::database(name, false).close();
-        QSqlDatabase::removeDatabase(name);
-    }
-    const QString name = QStringLiteral("tst_SqlDataObject-other");
-    std::unique_ptr<SqlDataObject> dao;
-};
 
 using namespace DataObjectCalls;
 
@@ -214,9 +194,10 @@ private Q_SLOTS:
         SqlDataObject dao(db());
         dao.setLockWait(200);
         QCOMPARE(dao.lockWait(), 200);
-        OtherConnection other(m_temp->filePath());
-        other.dao->transaction();
-        run(*other.dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P')"));
+        SecondConnection second(db(), QStringLiteral("tst_SqlDataObject-other"));
+        SqlDataObject other(second.database());
+        other.transaction();
+        run(other, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P')"));
 
         QElapsedTimer timer;
         timer.start();
@@ -233,7 +214,7 @@ private Q_SLOTS:
                      .toInt(),
                  0);
 
-        other.dao->commit();
+        other.commit();
         dao.transaction();
         // The unit sees what the other one committed.
         QCOMPARE(rows(dao, QStringLiteral("select count(*) as n from PRD"))
@@ -260,8 +241,9 @@ private Q_SLOTS:
         for (int i = 1; i <= 5; ++i)
             run(dao, u"insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('C', 'P" +
                          QString::number(i) + u"', " + QString::number(i) + u")");
-        OtherConnection other(m_temp->filePath());
-        other.dao->setLockWait(0);
+        SecondConnection second(db(), QStringLiteral("tst_SqlDataObject-other"));
+        SqlDataObject other(second.database());
+        other.setLockWait(0);
         const auto readSome = [&dao](int from) {
             dao.setSql(u"select PRDNRO from PRD where PRDMUL >= " + QString::number(from));
             int seen = 0;
@@ -279,8 +261,8 @@ private Q_SLOTS:
             else
                 dao.commit();
             // No statement kept by the object holds the lock or the unit once it ended.
-            other.dao->transaction();
-            other.dao->rollback();
+            other.transaction();
+            other.rollback();
         }
         QCOMPARE(rows(dao, QStringLiteral("select sum(PRDMUL) as s from PRD"))
                      .value(QStringLiteral("s"))
