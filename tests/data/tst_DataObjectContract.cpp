@@ -271,6 +271,22 @@ private Q_SLOTS:
         QCOMPARE(rs.value(QStringLiteral("DIPFEC")).toDate(), date);
     }
 
+    // Each column's value comes back in the type its column declares; a null as null.
+    void valueTypes()
+    {
+        DataObject& dao = *m_dao;
+        run(dao, QStringLiteral("insert into DIP (EXTINT, EXTSBT, DIPCAN, DIPFEC) values ('A', 1, "
+                                "2, '2026-11-22')"));
+        const Recordset rs =
+            rows(dao, QStringLiteral("select EXTINT, EXTSBT, DIPCAN, DIPFEC, RALCAN from DIP"));
+        QCOMPARE(rs.value(QStringLiteral("EXTINT")).typeId(), QMetaType::QString);
+        QCOMPARE(rs.value(QStringLiteral("EXTSBT")).typeId(), QMetaType::Int);
+        QCOMPARE(rs.value(QStringLiteral("DIPCAN")).typeId(), QMetaType::Double);
+        QCOMPARE(rs.value(QStringLiteral("DIPFEC")).typeId(), QMetaType::QDate);
+        QCOMPARE(rs.value(QStringLiteral("DIPFEC")).toDate(), QDate(2026, 11, 22));
+        QVERIFY(rs.value(QStringLiteral("RALCAN")).isNull());
+    }
+
     void quotedLocaleValues_data()
     {
         QTest::addColumn<double>("quantity");

@@ -130,13 +130,9 @@ private Q_SLOTS:
             rows(dao, QStringLiteral("select EXTINT, EXTSBT, idroot, DIPCAN, DIPFEC, RALCAN, "
                                      "count(*) over () as n, 5000000000 as big, "
                                      "'\\x0102'::bytea as b, EXTSBT = 1 as yes from DIP"));
-        QCOMPARE(rs.value(QStringLiteral("EXTINT")).typeId(), QMetaType::QString);
-        QCOMPARE(rs.value(QStringLiteral("EXTSBT")).typeId(), QMetaType::Int);
+        // The types every data object gives are tst_DataObjectContract's; these are the
+        // server's own.
         QCOMPARE(rs.value(QStringLiteral("idroot")).toInt(), 50000);
-        QCOMPARE(rs.value(QStringLiteral("DIPCAN")).typeId(), QMetaType::Double);
-        QCOMPARE(rs.value(QStringLiteral("DIPFEC")).typeId(), QMetaType::QDate);
-        QCOMPARE(rs.value(QStringLiteral("DIPFEC")).toDate(), QDate(2026, 11, 22));
-        QVERIFY(rs.value(QStringLiteral("RALCAN")).isNull());
         // Counts fit an int, as on SQLite; larger whole numbers do not.
         QCOMPARE(rs.value(QStringLiteral("n")).typeId(), QMetaType::Int);
         QCOMPARE(rs.value(QStringLiteral("big")).typeId(), QMetaType::LongLong);

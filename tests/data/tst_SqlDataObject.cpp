@@ -60,17 +60,15 @@ private Q_SLOTS:
             rows(dao, QStringLiteral("select EXTINT, EXTSBT, idroot, DIPCAN, DIPFEC, "
                                      "EXTFOF, DIPUSR, RALCAN, max(DIPFEC) as latest "
                                      "from DIP"));
-        QCOMPARE(rs.value(QStringLiteral("EXTINT")).typeId(), QMetaType::QString);
-        QCOMPARE(rs.value(QStringLiteral("EXTSBT")).typeId(), QMetaType::Int);
+        // The types every data object gives are tst_DataObjectContract's; these are SQLite's
+        // own: a large whole number, a date with a time, a text in a date column, a blob.
         QCOMPARE(rs.value(QStringLiteral("idroot")).typeId(), QMetaType::LongLong);
         QCOMPARE(rs.value(QStringLiteral("idroot")).toLongLong(), 5000000000LL);
-        QCOMPARE(rs.value(QStringLiteral("DIPCAN")).typeId(), QMetaType::Double);
         QCOMPARE(rs.value(QStringLiteral("DIPFEC")).toDate(), QDate(2026, 11, 22));
         QCOMPARE(rs.value(QStringLiteral("DIPFEC")).typeId(), QMetaType::QDate);
         QCOMPARE(rs.value(QStringLiteral("EXTFOF")).toString(), QStringLiteral("not a date"));
         QCOMPARE(rs.value(QStringLiteral("DIPUSR")).typeId(), QMetaType::QByteArray);
         QCOMPARE(rs.value(QStringLiteral("DIPUSR")).toByteArray(), QByteArray("\x01\x02"));
-        QVERIFY(rs.value(QStringLiteral("RALCAN")).isNull());
         // An expression has no declared type: its date comes back as text.
         QCOMPARE(rs.value(QStringLiteral("latest")).typeId(), QMetaType::QString);
     }
