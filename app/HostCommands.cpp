@@ -15,6 +15,7 @@
 #include <QTextStream>
 
 #include <algorithm>
+#include <optional>
 
 namespace {
 
@@ -168,11 +169,9 @@ int HostCommands::run(const QStringList& arguments)
     const bool takesFormat = std::any_of(options.begin(), options.end(), [](const auto& option) {
         return option.names().contains(QStringLiteral("format"));
     });
-    TextTable::Format format = TextTable::Format::Table;
-    if (takesFormat && parser.isSet("format") &&
-        !TextTable::parseFormat(parser.value("format"), format)) {
-        err << "Formato desconocido: " << parser.value("format") << " (table, csv o json)\n";
+    const std::optional<TextTable::Format> format =
+        takesFormat ? HostCommand::format(parser) : TextTable::Format::Table;
+    if (!format)
         return HostCommand::UsageError;
-    }
-    return subcommand->run(parser, format);
+    return subcommand->run(parser, *format);
 }

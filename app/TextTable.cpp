@@ -194,16 +194,3 @@ QJsonArray TextTable::toJson() const
     }
     return rows;
 }
-
-bool TextTable::parseFormat(const QString& name, Format& format)
-{
-    if (name == u"table")
-        format = Format::Table;
-    else if (name == u"csv")
-        format = Format::Csv;
-    else if (name == u"json")
-        format = Format::Json;
-    else
-        return false;
-    return true;
-}

@@ -63,9 +63,6 @@ public:
     // The rows as JSON objects.
     QJsonArray toJson() const;
 
-    // The format a --format value names; false when it names none.
-    static bool parseFormat(const QString& name, Format& format);
-
 private:
     QString textCell(int column, const QVariant& value) const;
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Schema.h"
+#include "TestStatement.h"
 
 #include <QHash>
 #include <QMap>
@@ -30,14 +31,10 @@ inline const QMap<QString, QMap<QString, double>>& relations()
     return table;
 }
 
+// Runs a statement of the stock; a failure ends the run.
 inline void run(const QSqlDatabase& db, const QString& sql, const QVariantList& values = {})
 {
-    QSqlQuery query(db);
-    query.prepare(sql);
-    for (const QVariant& value : values)
-        query.addBindValue(value);
-    if (!query.exec())
-        qFatal("stress SQL failed: %s: %s", qPrintable(sql), qPrintable(query.lastError().text()));
+    TestStatement::run(db, sql, values, "stress");
 }
 
 // Creates the tables and the stock. perInput is each input's stock, split 30/35/35 over the

@@ -13,6 +13,17 @@
 
 #include <limits>
 
+namespace {
+
+// The values of --format; the first is the one taken when it is not given.
+const HostCommand::Choice<TextTable::Format> formats[] = {
+    {"table", TextTable::Format::Table, "por omisión"},
+    {"csv", TextTable::Format::Csv},
+    {"json", TextTable::Format::Json},
+};
+
+} // namespace
+
 QString HostCommand::exitCodesText()
 {
     struct Line
@@ -55,8 +66,29 @@ QCommandLineOption HostCommand::allOption()
 
 QCommandLineOption HostCommand::formatOption()
 {
-    return {"format", "Formato del resultado: table (por omisión), csv o json.", "formato",
-            "table"};
+    return {"format",
+            QStringLiteral("Formato del resultado: %1.").arg(choicesText(formats, Notes::Said)),
+            "formato", QString::fromLatin1(formats[0].text)};
+}
+
+std::optional<TextTable::Format> HostCommand::format(const QCommandLineParser& parser)
+{
+    if (!parser.isSet("format"))
+        return formats[0].value;
+    return choiceOption(parser, QStringLiteral("format"), formats, "Formato desconocido");
+}
+
+QString HostCommand::listed(const QStringList& items)
+{
+    if (items.size() < 2)
+        return items.join(QString());
+    return items.first(items.size() - 1).join(QStringLiteral(", ")) + QStringLiteral(" o ") +
+           items.last();
+}
+
+void HostCommand::sayUnknown(const char* unknownText, const QString& text, const QString& choices)
+{
+    err() << unknownText << ": " << text << " (" << choices << ")\n";
 }
 
 HostCommand::HostCommand(const QCommandLineParser& parser, TextTable::Format format)

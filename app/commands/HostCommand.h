@@ -7,8 +7,10 @@
 #include <QDate>
 #include <QList>
 #include <QString>
+#include <QStringList>
 #include <QVariant>
 
+#include <cstddef>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -73,6 +75,34 @@ public:
     static QCommandLineOption allOption();
     static QCommandLineOption formatOption();
 
+    // A text an option may hold and the value it selects; a note, where there is one, follows
+    // the text in parentheses where --help lists the choices. An option's choices are one
+    // table of these: a new choice is one more row.
+    template <typename Value> struct Choice
+    {
+        const char* text;
+        Value value;
+        const char* note = nullptr;
+    };
+    // Whether choicesText() says each choice's note.
+    enum class Notes {
+        Left,
+        Said,
+    };
+    // The texts of choices in order as "a, b o c", each followed by its note when notes is
+    // Said.
+    template <typename Value, std::size_t count>
+    static QString choicesText(const Choice<Value> (&choices)[count], Notes notes);
+    // The value of the choice whose text parser's option name holds. None when it holds any
+    // other text, said on standard error as "unknownText: text (a, b o c)".
+    template <typename Value, std::size_t count>
+    static std::optional<Value> choiceOption(const QCommandLineParser& parser, const QString& name,
+                                             const Choice<Value> (&choices)[count],
+                                             const char* unknownText);
+    // The result format --format names (Table when it is not given); none, said on standard
+    // error, when it names none.
+    static std::optional<TextTable::Format> format(const QCommandLineParser& parser);
+
     // parser holds the subcommand's parsed options (it must outlive the command); format is
     // the result format chosen.
     HostCommand(const QCommandLineParser& parser, TextTable::Format format);
@@ -133,4 +163,37 @@ protected:
     std::unique_ptr<ExportOperation> m_operation;
     std::unique_ptr<oquivran::clQUIVRAN> m_component;
     std::unique_ptr<ConsoleMessages> m_messages;
+
+private:
+    // items as a list in words: "a", "a o b", "a, b o c".
+    static QString listed(const QStringList& items);
+    // Says on standard error that the text an option holds is none of its choices.
+    static void sayUnknown(const char* unknownText, const QString& text, const QString& choices);
 };
+
+template <typename Value, std::size_t count>
+QString HostCommand::choicesText(const Choice<Value> (&choices)[count], Notes notes)
+{
+    QStringList items;
+    for (const Choice<Value>& choice : choices) {
+        QString item = QString::fromUtf8(choice.text);
+        if (notes == Notes::Said && choice.note)
+            item += QStringLiteral(" (%1)").arg(QString::fromUtf8(choice.note));
+        items << item;
+    }
+    return listed(items);
+}
+
+template <typename Value, std::size_t count>
+std::optional<Value>
+HostCommand::choiceOption(const QCommandLineParser& parser, const QString& name,
+                          const Choice<Value> (&choices)[count], const char* unknownText)
+{
+    const QString text = parser.value(name);
+    for (const Choice<Value>& choice : choices) {
+        if (text == QLatin1String(choice.text))
+            return choice.value;
+    }
+    sayUnknown(unknownText, text, choicesText(choices, Notes::Left));
+    return std::nullopt;
+}

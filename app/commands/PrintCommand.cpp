@@ -22,15 +22,33 @@ constexpr int minimumLines = 10;
 constexpr int maximumLines = 300;
 constexpr int sheetCount = 5;
 
+// The values of --report; the first is the one taken when it is not given.
+const HostCommand::Choice<oquivran::PrintReport> reports[] = {
+    {"declaracion", oquivran::PrintReport::Declaration},
+    {"control", oquivran::PrintReport::ControlListing},
+    {"comparativo", oquivran::PrintReport::ComparativeListing},
+};
+
+// The values of --method.
+const HostCommand::Choice<oquivran::PrintOutput> methods[] = {
+    {"text", oquivran::PrintOutput::Text, "texto, MODO DOS"},
+    {"pdf", oquivran::PrintOutput::Printer, "solo caída"},
+    {"form", oquivran::PrintOutput::Form, "PDF sobre el formulario"},
+};
+// The method taken when --method is not given.
+constexpr const char* defaultMethod = "pdf";
+
 } // namespace
 
 QList<QCommandLineOption> PrintCommand::options()
 {
     return {
-        {"report", "declaracion, control o comparativo (por omisión declaracion).", "reporte",
-         "declaracion"},
-        {"method", "text (texto, MODO DOS), pdf (solo caída) o form (PDF sobre el formulario).",
-         "metodo", "pdf"},
+        {"report",
+         QStringLiteral("%1 (por omisión %2).")
+             .arg(choicesText(reports, Notes::Left), QString::fromLatin1(reports[0].text)),
+         "reporte", QString::fromLatin1(reports[0].text)},
+        {"method", choicesText(methods, Notes::Said) + u'.', "metodo",
+         QString::fromLatin1(defaultMethod)},
         {"out", "Archivo de salida (se reemplaza).", "archivo"},
         {"aat", "Número oficial de la exportación (Año/Ad/Tipo/N. Reg/DC).", "numero"},
         {"date", "Fecha de oficialización (AAAA-MM-DD o en el formato local).", "fecha"},
@@ -72,30 +90,18 @@ int PrintCommand::checkOptions()
 
 int PrintCommand::print()
 {
+    const std::optional<oquivran::PrintReport> report =
+        choiceOption(m_parser, QStringLiteral("report"), reports, "Reporte desconocido");
+    if (!report)
+        return UsageError;
+    const std::optional<oquivran::PrintOutput> method =
+        choiceOption(m_parser, QStringLiteral("method"), methods, "Método desconocido");
+    if (!method)
+        return UsageError;
     oquivran::PrintRequest request;
-    const QString report = m_parser.value("report");
-    const QString method = m_parser.value("method");
+    request.report = *report;
+    request.output = *method;
     const QString path = m_parser.value("out");
-    if (report == u"declaracion")
-        request.report = oquivran::PrintReport::Declaration;
-    else if (report == u"control")
-        request.report = oquivran::PrintReport::ControlListing;
-    else if (report == u"comparativo")
-        request.report = oquivran::PrintReport::ComparativeListing;
-    else {
-        err() << "Reporte desconocido: " << report << " (declaracion, control o comparativo)\n";
-        return UsageError;
-    }
-    if (method == u"text")
-        request.output = oquivran::PrintOutput::Text;
-    else if (method == u"pdf")
-        request.output = oquivran::PrintOutput::Printer;
-    else if (method == u"form")
-        request.output = oquivran::PrintOutput::Form;
-    else {
-        err() << "Método desconocido: " << method << " (text, pdf o form)\n";
-        return UsageError;
-    }
     if (path.isEmpty()) {
         err() << "Indique el archivo de salida con --out ARCHIVO.\n";
         return UsageError;

@@ -4,6 +4,7 @@
 #include "NumberText.h"
 #include "PgTestDatabase.h"
 #include "Schema.h"
+#include "SecondConnection.h"
 #include "SqlValue.h"
 #include "TempDatabase.h"
 
@@ -36,7 +37,8 @@ public:
     virtual QSqlDatabase database() const = 0;
     // A new data object of the kind under test on the connection.
     virtual std::unique_ptr<DataObject> object() const = 0;
-    // A table's rows, read past the object (-1 on failure).
+    // A table's rows, read past the object on a connection of its own, as committed (-1 on
+    // failure).
     virtual int count(const QString& table) const = 0;
     // The source its errors carry.
     virtual QString source() const = 0;
@@ -56,25 +58,33 @@ public:
     // Checks a visit of "select *" on T once a column was added, where the object keeps its
     // statements.
     virtual void visitAfterAddedColumn(DataObject& dao, const QString& sql) const = 0;
+
+    // A query whose last row cannot be evaluated, and what its rows before give.
+    struct FailingLastRow
+    {
+        // "select PRDNRO, <expression> as n from PRD where PRDNRO > 'P'" over the rows
+        // (CATNRO, PRDNRO, PRDMUL) ('1', 'P1', 1), ('2', 'P2', 2) and ('abc', 'P3', 0), in
+        // that order; the expression fails on the last.
+        QString sql;
+        // "PRDNRO=n" of the first two rows.
+        QStringList firstRows;
+    };
+    virtual FailingLastRow failingLastRow() const = 0;
+    // Checks the message of the error failingLastRow()'s last row raises.
+    virtual void checkLastRowError(const QString& description) const = 0;
 };
 
 // SqlDataObject on a SQLite file of its own.
 class SqliteDatabase : public ContractDatabase
 {
 public:
-    bool isOpen() const override { return m_temp.isOpen(); }
+    bool isOpen() const override { return m_temp.isOpen() && m_observer.isOpen(); }
     QSqlDatabase database() const override { return m_temp.database(); }
     std::unique_ptr<DataObject> object() const override
     {
         return std::make_unique<SqlDataObject>(database());
     }
-    int count(const QString& table) const override
-    {
-        QSqlQuery query(database());
-        if (!query.exec(u"select count(*) from " + table) || !query.next())
-            return -1;
-        return query.value(0).toInt();
-    }
+    int count(const QString& table) const override { return m_observer.count(table); }
     QString source() const override { return QStringLiteral("SqlDataObject"); }
     // SQLite stores each value with a class of its own, whatever the column declares.
     QString typeOf(const QString& column) const override { return u"typeof(" + column + u')'; }
@@ -113,9 +123,21 @@ public:
         }));
         QCOMPARE(fields, fieldsAfterAddedColumn());
     }
+    // Text that is no number fails cdbl() on the row that holds it.
+    FailingLastRow failingLastRow() const override
+    {
+        return {QStringLiteral("select PRDNRO, cdbl(CATNRO) as n from PRD where PRDNRO > 'P'"),
+                {QStringLiteral("P1=1"), QStringLiteral("P2=2")}};
+    }
+    void checkLastRowError(const QString& description) const override
+    {
+        QCOMPARE(description, QStringLiteral("Type mismatch"));
+    }
 
 private:
     TempDatabase m_temp;
+    // Declared after the file it reads, so it closes first.
+    SecondConnection m_observer{m_temp.database(), QStringLiteral("observer")};
 };
 
 // PgDataObject on a schema of its own on the throwaway server, with an observer connection
@@ -123,29 +145,13 @@ private:
 class PostgresqlDatabase : public ContractDatabase
 {
 public:
-    PostgresqlDatabase()
-    {
-        if (m_temp.isOpen())
-            m_observing = QSqlDatabase::cloneDatabase(database(), observer).open();
-    }
-    ~PostgresqlDatabase() override
-    {
-        QSqlDatabase::database(observer, false).close();
-        QSqlDatabase::removeDatabase(observer);
-    }
-    bool isOpen() const override { return m_temp.isOpen() && m_observing; }
+    bool isOpen() const override { return m_temp.isOpen() && m_observer.isOpen(); }
     QSqlDatabase database() const override { return m_temp.database(); }
     std::unique_ptr<DataObject> object() const override
     {
         return std::make_unique<PgDataObject>(database());
     }
-    int count(const QString& table) const override
-    {
-        QSqlQuery query(QSqlDatabase::database(observer, false));
-        if (!query.exec(u"select count(*) from " + table) || !query.next())
-            return -1;
-        return query.value(0).toInt();
-    }
+    int count(const QString& table) const override { return m_observer.count(table); }
     QString source() const override { return QStringLiteral("PgDataObject"); }
     // A column keeps the type it was declared with: there is no class per value to check.
     QString typeOf(const QString&) const override { return QString(); }
@@ -171,11 +177,22 @@ public:
     // Statements are prepared on the server per text; the fields of a changed table are read
     // through open().
     void visitAfterAddedColumn(DataObject&, const QString&) const override {}
+    // A division by zero fails on the row that divides. Unsorted, the rows leave the table in
+    // the order they went in, each computed as it is sent.
+    FailingLastRow failingLastRow() const override
+    {
+        return {QStringLiteral("select PRDNRO, 2 / PRDMUL as n from PRD where PRDNRO > 'P'"),
+                {QStringLiteral("P1=2"), QStringLiteral("P2=1")}};
+    }
+    void checkLastRowError(const QString& description) const override
+    {
+        QVERIFY2(description.contains(QStringLiteral("division by zero")), qPrintable(description));
+    }
 
 private:
-    inline static const QString observer = QStringLiteral("observer");
     PgTestDatabase m_temp;
-    bool m_observing = false;
+    // Declared after the schema it reads, so it closes first.
+    SecondConnection m_observer{m_temp.database(), QStringLiteral("observer")};
 };
 
 } // namespace
@@ -252,6 +269,22 @@ private Q_SLOTS:
         QCOMPARE(rs.value(QStringLiteral("DIPCAN")).toDouble(), 12.3456);
         QCOMPARE(rs.value(QStringLiteral("DIPFEC")).typeId(), QMetaType::QDate);
         QCOMPARE(rs.value(QStringLiteral("DIPFEC")).toDate(), date);
+    }
+
+    // Each column's value comes back in the type its column declares; a null as null.
+    void valueTypes()
+    {
+        DataObject& dao = *m_dao;
+        run(dao, QStringLiteral("insert into DIP (EXTINT, EXTSBT, DIPCAN, DIPFEC) values ('A', 1, "
+                                "2, '2026-11-22')"));
+        const Recordset rs =
+            rows(dao, QStringLiteral("select EXTINT, EXTSBT, DIPCAN, DIPFEC, RALCAN from DIP"));
+        QCOMPARE(rs.value(QStringLiteral("EXTINT")).typeId(), QMetaType::QString);
+        QCOMPARE(rs.value(QStringLiteral("EXTSBT")).typeId(), QMetaType::Int);
+        QCOMPARE(rs.value(QStringLiteral("DIPCAN")).typeId(), QMetaType::Double);
+        QCOMPARE(rs.value(QStringLiteral("DIPFEC")).typeId(), QMetaType::QDate);
+        QCOMPARE(rs.value(QStringLiteral("DIPFEC")).toDate(), QDate(2026, 11, 22));
+        QVERIFY(rs.value(QStringLiteral("RALCAN")).isNull());
     }
 
     void quotedLocaleValues_data()
@@ -601,6 +634,45 @@ private Q_SLOTS:
         QCOMPARE(run(dao, QStringLiteral("delete from PRD where PRDNRO = 'P1'")), 1);
     }
 
+    // Rows are read only as the visitor asks: a last row that cannot be evaluated is never
+    // reached when the visitor stops before it, and fails when it goes on.
+    void forEachRowReadsOnlyWhatIsAsked()
+    {
+        DataObject& dao = *m_dao;
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('1', 'P1', 1)"));
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('2', 'P2', 2)"));
+        run(dao,
+            QStringLiteral("insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('abc', 'P3', 0)"));
+        const ContractDatabase::FailingLastRow failing = m_db->failingLastRow();
+        QStringList seen;
+        dao.setSql(failing.sql);
+        QVERIFY(dao.forEachRow([&](const Recordset& row) {
+            seen << row.value(QStringLiteral("PRDNRO")).toString() + u'=' +
+                        NumberText::toText(row.value(QStringLiteral("n")).toDouble());
+            return seen.size() < 2;
+        }));
+        QCOMPARE(seen, failing.firstRows);
+
+        // Read to its end, the same text fails on the third row, after two were handed over.
+        seen.clear();
+        dao.setSql(failing.sql);
+        const RuntimeError error = errorOf([&] {
+            dao.forEachRow([&](const Recordset& row) {
+                seen << row.value(QStringLiteral("PRDNRO")).toString();
+                return true;
+            });
+        });
+        QCOMPARE(error.number, qint32(DatabaseError));
+        m_db->checkLastRowError(error.description);
+        if (QTest::currentTestFailed())
+            return;
+        QCOMPARE(seen.size(), 2);
+        // open() reads every row, so it fails before giving any.
+        Recordset rs;
+        dao.setSql(failing.sql);
+        m_db->checkLastRowError(errorOf([&] { dao.open(rs); }).description);
+    }
+
     // A statement whose table changed is read with the new columns.
     void forEachRowAfterTableChange()
     {
@@ -620,6 +692,37 @@ private Q_SLOTS:
         QVERIFY(other.exec(QStringLiteral("alter table T add column B text default 'b'")));
         QCOMPARE(rows(dao, sql).fieldNames(), m_db->fieldsAfterAddedColumn());
         m_db->visitAfterAddedColumn(dao, sql);
+    }
+
+    // What a unit writes is seen from another connection once it is committed, not before.
+    void unitTakesEffectAtCommit()
+    {
+        DataObject& dao = *m_dao;
+        dao.transaction();
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P1')"));
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'P2')"));
+        QCOMPARE(m_db->count(QStringLiteral("PRD")), 0);
+        dao.commit();
+        QCOMPARE(m_db->count(QStringLiteral("PRD")), 2);
+    }
+
+    void rollbackUndoesTheUnit()
+    {
+        DataObject& dao = *m_dao;
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO, PRDMUL) values ('C', 'P', 1)"));
+        dao.transaction();
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'Q')"));
+        QCOMPARE(run(dao, QStringLiteral("update PRD set PRDMUL = 7")), 2);
+        dao.rollback();
+        QCOMPARE(m_db->count(QStringLiteral("PRD")), 1);
+        QCOMPARE(rows(dao, QStringLiteral("select PRDMUL from PRD"))
+                     .value(QStringLiteral("PRDMUL"))
+                     .toDouble(),
+                 1.0);
+        // Outside a unit each statement takes effect on its own again.
+        run(dao, QStringLiteral("insert into PRD (CATNRO, PRDNRO) values ('C', 'R')"));
+        dao.rollback();
+        QCOMPARE(m_db->count(QStringLiteral("PRD")), 2);
     }
 };
 

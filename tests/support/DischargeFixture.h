@@ -4,12 +4,12 @@
 
 #include "ModuleState.h"
 #include "Schema.h"
+#include "TestStatement.h"
 
 #include <oquivran/DataObject.h>
 #include <oquivran/Module.h>
 
 #include <QDate>
-#include <QSqlError>
 #include <QSqlQuery>
 #include <QStringList>
 #include <QVariant>
@@ -161,15 +161,10 @@ public:
     std::unique_ptr<oquivran::DataObject> dischargeData;
     std::unique_ptr<oquivran::DataObject> hostData;
 
+    // Runs a statement of test data; a failure ends the test.
     static void run(const QSqlDatabase& db, const QString& sql, const QVariantList& values = {})
     {
-        QSqlQuery query(db);
-        query.prepare(sql);
-        for (const QVariant& value : values)
-            query.addBindValue(value);
-        if (!query.exec())
-            qFatal("fixture SQL failed: %s: %s", qPrintable(sql),
-                   qPrintable(query.lastError().text()));
+        TestStatement::run(db, sql, values, "fixture");
     }
 
 private:
