@@ -42,7 +42,7 @@ QStringList ComparativeReport::detailValues(const Recordset& row, ReportTotals& 
 {
     Q_UNUSED(totals);
     const QString twoDecimals = QStringLiteral("00.00");
-    double transferred = shown(formatted(row, QStringLiteral("RALCANex"), twoDecimals));
+    double transferred = shown(real(row, QStringLiteral("RALCANex")), twoDecimals);
     if (transferred < minimumTransferred)
         transferred = minimumTransferred;
     const double discharged = real(row, QStringLiteral("DIPCANex"));

@@ -55,17 +55,18 @@ QString DeclarationReport::headingPrefix(const QString& idarticulo) const
 QStringList DeclarationReport::detailValues(const Recordset& row, ReportTotals& totals) const
 {
     const ModuleState& state = moduleState();
-    const QString quantity = formatted(row, QStringLiteral("DIPCANex"), state.valueFormat);
     const double discharged = real(row, QStringLiteral("DIPCANex"));
+    const QString quantity = NumberFormat::format(discharged, state.valueFormat);
     const LossAndShrinkage figures = lossAndShrinkage(row, discharged, totals);
-    const QString unitPrice = formatted(row, QStringLiteral("ARTPRE"), unitPriceFormat);
-    // The CIF total is taken from the real quantity, not the discharged one.
-    const QString cif = NumberFormat::format(
-        shown(formatted(row, QStringLiteral("RALCANex"), state.valueFormat)) * shown(unitPrice),
-        totalFormat);
+    const double price = real(row, QStringLiteral("ARTPRE"));
+    const QString unitPrice = NumberFormat::format(price, unitPriceFormat);
+    // The CIF total is taken from the real quantity, not the discharged one, each as printed.
+    const double cifValue = shown(real(row, QStringLiteral("RALCANex")), state.valueFormat) *
+                            shown(price, unitPriceFormat);
+    const QString cif = NumberFormat::format(cifValue, totalFormat);
 
-    totals.inputQuantity += shown(quantity);
-    totals.cif += shown(cif);
+    totals.inputQuantity += shown(discharged, state.valueFormat);
+    totals.cif += shown(cifValue, totalFormat);
 
     return {text(row, QStringLiteral("ARTDCL")),
             text(row, QStringLiteral("ARTNRO")),

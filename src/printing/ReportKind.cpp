@@ -2,7 +2,6 @@
 
 #include "ModuleState.h"
 #include "NumberFormat.h"
-#include "NumberText.h"
 #include "ReportBuffer.h"
 #include "ValueConversion.h"
 
@@ -45,15 +44,14 @@ ReportKind::LossAndShrinkage ReportKind::lossAndShrinkage(const Recordset& row, 
                                                           ReportTotals& totals)
 {
     const QString& pattern = moduleState().secondFormat;
-    const LossAndShrinkage result = {
-        NumberFormat::format(lossOrShrinkage(row.value(QStringLiteral("TRPPER")),
-                                             row.value(QStringLiteral("RIPPER")), base),
-                             pattern),
-        NumberFormat::format(lossOrShrinkage(row.value(QStringLiteral("TRPMER")),
-                                             row.value(QStringLiteral("RIPMER")), base),
-                             pattern)};
-    totals.loss += shown(result.loss);
-    totals.shrinkage += shown(result.shrinkage);
+    const double loss = lossOrShrinkage(row.value(QStringLiteral("TRPPER")),
+                                        row.value(QStringLiteral("RIPPER")), base);
+    const double shrinkage = lossOrShrinkage(row.value(QStringLiteral("TRPMER")),
+                                             row.value(QStringLiteral("RIPMER")), base);
+    const LossAndShrinkage result = {NumberFormat::format(loss, pattern),
+                                     NumberFormat::format(shrinkage, pattern)};
+    totals.loss += shown(loss, pattern);
+    totals.shrinkage += shown(shrinkage, pattern);
     return result;
 }
 
@@ -77,9 +75,10 @@ QString ReportKind::formatted(const Recordset& row, const QString& field, const 
     return NumberFormat::format(real(row, field), pattern);
 }
 
-double ReportKind::shown(const QString& formattedText)
+double ReportKind::shown(double value, const QString& pattern)
 {
-    return NumberText::toNumber(formattedText);
+    // The formatted text read back, without reading it.
+    return NumberFormat::rounded(value, pattern);
 }
 
 qint16 ReportKind::byMode(qint16 normal, qint16 extended)

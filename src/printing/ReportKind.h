@@ -60,8 +60,9 @@ protected:
     static double real(const Recordset& row, const QString& field);
     // A field formatted with a pattern.
     static QString formatted(const Recordset& row, const QString& field, const QString& pattern);
-    // The number a formatted text shows: what the totals add.
-    static double shown(const QString& formattedText);
+    // The number a value formatted with a pattern shows: what the totals add. Throws
+    // RuntimeError 13 when that text shows no number.
+    static double shown(double value, const QString& pattern);
     // A width or length: the first in normal mode, the second in extended-decimals mode.
     static qint16 byMode(qint16 normal, qint16 extended);
 };
