@@ -5,6 +5,8 @@
 
 #include <oquivran/RuntimeError.h>
 
+#include <algorithm>
+#include <array>
 #include <charconv>
 #include <cmath>
 #include <string>
@@ -30,7 +32,7 @@ struct PatternShape
     int decimals = 0;
 };
 
-PatternShape patternShape(const QString& pattern)
+PatternShape readShape(const QString& pattern)
 {
     const qsizetype point = pattern.indexOf(u'.');
     const QStringView integerPattern =
@@ -39,6 +41,36 @@ PatternShape patternShape(const QString& pattern)
         point < 0 ? QStringView() : QStringView(pattern).mid(point + 1);
     return {int(integerPattern.count(u'0')),
             int(fractionPattern.count(u'0') + fractionPattern.count(u'#'))};
+}
+
+// The shape of a pattern, remembered for the few patterns a report or an allocation uses line
+// after line. Each thread remembers its own, in plain storage: nothing to destroy when a
+// thread ends, whether or not the library is still loaded then.
+PatternShape patternShape(const QString& pattern)
+{
+    struct Remembered
+    {
+        qsizetype size = -1; // nothing remembered
+        char16_t letters[24];
+        PatternShape shape;
+    };
+    thread_local std::array<Remembered, 4> remembered;
+    thread_local size_t next = 0;
+    const qsizetype size = pattern.size();
+    const QStringView letters(pattern);
+    for (const Remembered& entry : remembered) {
+        if (entry.size == size && letters == QStringView(entry.letters, size))
+            return entry.shape;
+    }
+    const PatternShape shape = readShape(pattern);
+    if (size <= qsizetype(std::size(Remembered().letters))) {
+        Remembered& entry = remembered[next];
+        next = (next + 1) % remembered.size();
+        entry.size = size;
+        std::copy(letters.utf16(), letters.utf16() + size, entry.letters);
+        entry.shape = shape;
+    }
+    return shape;
 }
 
 PatternDigits patternDigits(double value, const QString& pattern)
