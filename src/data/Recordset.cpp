@@ -99,10 +99,10 @@ void Recordset::clear()
 
 int Recordset::fieldIndex(const QString& field) const
 {
-    // A query has a dozen fields or so and is read by the names it was written with: comparing
-    // them costs less than hashing the name.
-    // Names of one query mostly share their first letters (ARTNRO, ARTITM): they differ in
-    // length or in the last letter, compared first.
+    // A query has a dozen fields or so and is read by the names it was written with, so they
+    // are compared in turn before the name is hashed. Names of one query mostly share their
+    // first letters (ARTNRO, ARTITM): they differ in length or in the last letter, compared
+    // first.
     const qsizetype size = field.size();
     const QChar* const wanted = field.constData();
     for (qsizetype i = 0; i < m_fieldNames.size(); ++i) {

@@ -7,8 +7,8 @@
 #include <QString>
 #include <QStringList>
 
-// What one run of the sample host said: its exit code (-1 when it crashed or did not end within
-// two minutes) and its two outputs, read as text.
+// What one run of the sample host said: its exit code (-1 when it did not start, crashed or did
+// not end within two minutes) and its two outputs, read as text.
 struct HostRun
 {
     int exitCode = -1;
@@ -34,6 +34,14 @@ inline HostRun runHost(const QStringList& arguments, const QDir& folder,
     env.insert(extra);
     process.setProcessEnvironment(env);
     process.start(QStringLiteral(OQUIVRAN_HOST_EXECUTABLE), arguments);
+    // Under Wine a program now and then fails to start while the machine is busy: once more.
+    bool started = process.waitForStarted(60000);
+    if (!started) {
+        process.start(QStringLiteral(OQUIVRAN_HOST_EXECUTABLE), arguments);
+        started = process.waitForStarted(60000);
+    }
+    if (!started)
+        return {-1, QString(), process.errorString()};
     if (!process.waitForFinished(120000)) {
         process.kill();
         process.waitForFinished();
