@@ -70,6 +70,7 @@ require_in_depends() {
 # in the package itself or in a package Depends names.
 contents_dir=$work/contents
 ldconfig=$(command -v ldconfig || echo /sbin/ldconfig)
+libraries=$("$ldconfig" -p)
 dpkg -x "$deb" "$contents_dir"
 elf_files=()
 while IFS= read -r -d '' file; do
@@ -79,15 +80,18 @@ done < <(find "$contents_dir" -type f -print0)
     fail "fewer ELF files than the library and the host: ${elf_files[*]}"
 for file in "${elf_files[@]}"; do
     name=${file#"$contents_dir"}
-    if readelf -S --wide "$file" | grep -q '\.debug_info'; then
+    # Whole outputs are read into variables: under pipefail, a reader that stops early (grep -q,
+    # awk's exit) makes a writer with more to say fail with SIGPIPE, which ends the script.
+    sections=$(readelf -S --wide "$file")
+    if grep -q '\.debug_info' <<<"$sections"; then
         fail "$name carries debug information"
     fi
     for soname in $(readelf -d "$file" | sed -n 's/.*(NEEDED).*\[\(.*\)\]/\1/p'); do
         if [ -e "$contents_dir$libdir/$soname" ]; then
             continue
         fi
-        path=$("$ldconfig" -p |
-            awk -v soname="$soname" '$1 == soname && /x86-64/ { print $NF; exit }')
+        path=$(awk -v soname="$soname" '$1 == soname && /x86-64/ { print $NF; exit }' \
+            <<<"$libraries")
         [ -n "$path" ] || fail "$name links $soname, which this system does not have"
         require_in_depends "$path" "$soname, linked by $name,"
     done
@@ -104,8 +108,9 @@ done
 head -n 1 "$contents_dir/usr/share/doc/oquivran/copyright" |
     grep -q '^Format: https://www.debian.org/doc/packaging-manuals/copyright-format/1.0/' ||
     fail "copyright is not in the machine-readable format"
-zcat "$contents_dir/usr/share/doc/oquivran/changelog.Debian.gz" | head -n 1 |
-    grep -qF "oquivran ($version) " || fail "changelog.Debian.gz does not begin with $version"
+changelog=$(zcat "$contents_dir/usr/share/doc/oquivran/changelog.Debian.gz")
+grep -qF "oquivran ($version) " <<<"${changelog%%$'\n'*}" ||
+    fail "changelog.Debian.gz does not begin with $version"
 
 if [ "$(id -u)" = 0 ] && command -v apt-get >/dev/null &&
     [ "${OQUIVRAN_PACKAGE_INSTALL:-apt}" != extract ]; then
@@ -120,7 +125,8 @@ if [ "$(id -u)" = 0 ] && command -v apt-get >/dev/null &&
         >"$work/apt.log" 2>&1 ||
         { cat "$work/apt.log"; rm -rf "$staged"; fail "apt-get install"; }
     rm -rf "$staged"
-    dpkg -s oquivran | grep -q "^Status: install ok installed" || fail "dpkg does not list oquivran"
+    grep -q "^Status: install ok installed" <<<"$(dpkg -s oquivran)" ||
+        fail "dpkg does not list oquivran"
     prefix=/usr
     echo "installed with apt-get"
 else
