@@ -13,15 +13,6 @@ QString number(double value)
     return NumberText::toText(value);
 }
 
-// A sub-item's lines; the two blanks before each "and" are the system's own.
-QString subItemWhere(const DischargeStatements::SubItem& s)
-{
-    return QStringLiteral("where EXTINT = '") + SqlValue::checked(s.interno) +
-           QStringLiteral("'  and EXTSBT = ") + SqlValue::whole(s.subItem) +
-           QStringLiteral("  and CATNRO = '") + SqlValue::checked(s.catalog) +
-           QStringLiteral("'  and PRDNRO = '") + SqlValue::checked(s.product) + u'\'';
-}
-
 // The rest of a stock line's key after its declaration.
 QString stockLineRest(const DipCandidate& line)
 {
@@ -30,13 +21,22 @@ QString stockLineRest(const DipCandidate& line)
            QStringLiteral("  and ARTSBT = ") + SqlValue::whole(line.subItem);
 }
 
-QString stockLineWhere(const DipCandidate& line)
+} // namespace
+
+QString DischargeStatements::subItemWhere(const SubItem& s)
+{
+    // The two blanks before each "and" are the system's own.
+    return QStringLiteral("where EXTINT = '") + SqlValue::checked(s.interno) +
+           QStringLiteral("'  and EXTSBT = ") + SqlValue::whole(s.subItem) +
+           QStringLiteral("  and CATNRO = '") + SqlValue::checked(s.catalog) +
+           QStringLiteral("'  and PRDNRO = '") + SqlValue::checked(s.product) + u'\'';
+}
+
+QString DischargeStatements::stockLineWhere(const DipCandidate& line)
 {
     return QStringLiteral("where INTDCL = '") + SqlValue::checked(line.declaration) +
            stockLineRest(line);
 }
-
-} // namespace
 
 QString DischargeStatements::productMultiplier(const QString& catalog, const QString& product)
 {
@@ -132,22 +132,36 @@ QString DischargeStatements::refreshAvailability(const QString& totalText,
 QString DischargeStatements::groupSubItem(const QString& root, const QString& subItem,
                                           const QString& interno)
 {
-    return QStringLiteral("update DIP set idroot = ") + SqlValue::checked(root) +
-           QStringLiteral(" where EXTSBT = ") + SqlValue::checked(subItem) +
+    return QStringLiteral("update DIP set idroot = ") + SqlValue::checked(root) + u' ' +
+           groupSubItemWhere(subItem, interno);
+}
+
+QString DischargeStatements::groupSubItemWhere(const QString& subItem, const QString& interno)
+{
+    return QStringLiteral("where EXTSBT = ") + SqlValue::checked(subItem) +
            QStringLiteral(" and EXTINT = '") + SqlValue::checked(interno) + u'\'';
 }
 
 QString DischargeStatements::resetItems(const QString& interno)
 {
-    return QStringLiteral("update DIP set EXTITM = 0 where EXTINT = '") +
-           SqlValue::checked(interno) + u'\'';
+    return QStringLiteral("update DIP set EXTITM = 0 ") + operationWhere(interno);
+}
+
+QString DischargeStatements::operationWhere(const QString& interno)
+{
+    return QStringLiteral("where EXTINT = '") + SqlValue::checked(interno) + u'\'';
 }
 
 QString DischargeStatements::numberItem(qint16 item, const QString& subItem, const QString& interno)
 {
+    return QStringLiteral("update DIP set EXTITM = ") + SqlValue::whole(item) + u' ' +
+           numberItemWhere(subItem, interno);
+}
+
+QString DischargeStatements::numberItemWhere(const QString& subItem, const QString& interno)
+{
     const QString sub = SqlValue::checked(subItem);
-    return QStringLiteral("update DIP set EXTITM = ") + SqlValue::whole(item) +
-           QStringLiteral(" where EXTINT = '") + SqlValue::checked(interno) +
+    return QStringLiteral("where EXTINT = '") + SqlValue::checked(interno) +
            QStringLiteral("' and (EXTSBT = ") + sub + QStringLiteral(" or idroot = ") + sub +
            QStringLiteral(") ");
 }

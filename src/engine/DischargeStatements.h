@@ -55,6 +55,14 @@ public:
                                 const QString& interno);
     static QString resetItems(const QString& interno);
     static QString numberItem(qint16 item, const QString& subItem, const QString& interno);
+    // The where-clauses of the statements above, "where ..." as they end them: the lines of a
+    // sub-item, the stock line a candidate line draws on, the lines groupSubItem,
+    // numberItem and resetItems (every line of the operation) update.
+    static QString subItemWhere(const SubItem& subItem);
+    static QString stockLineWhere(const DipCandidate& line);
+    static QString groupSubItemWhere(const QString& subItem, const QString& interno);
+    static QString numberItemWhere(const QString& subItem, const QString& interno);
+    static QString operationWhere(const QString& interno);
     static QString itemInputs(qint32 item, const QString& interno);
 };
 

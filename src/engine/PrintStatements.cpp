@@ -1,5 +1,6 @@
 #include "PrintStatements.h"
 
+#include "DischargeStatements.h"
 #include "SqlValue.h"
 
 namespace oquivran {
@@ -70,8 +71,8 @@ QString PrintStatements::recordExportData(const QString& officialNumber,
 {
     return QStringLiteral("update DIP set EXTNOF = '") + SqlValue::checked(officialNumber) +
            QStringLiteral("', EXTFOF = datevalue('") + SqlValue::checked(officialDate) +
-           QStringLiteral("'), EXTFAC = '") + SqlValue::checked(invoices) +
-           QStringLiteral("' where EXTINT = '") + SqlValue::checked(interno) + u'\'';
+           QStringLiteral("'), EXTFAC = '") + SqlValue::checked(invoices) + QStringLiteral("' ") +
+           DischargeStatements::operationWhere(interno);
 }
 
 } // namespace oquivran

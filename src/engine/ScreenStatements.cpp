@@ -10,13 +10,18 @@ QString stockUpdate(const QString& column, const QString& value, const QString& 
                     const QString& tariffPosition)
 {
     return QStringLiteral("update INS set ") + column + QStringLiteral(" = '") +
-           SqlValue::checked(value) + QStringLiteral("' ") + QStringLiteral("where INTDCL = '") +
-           SqlValue::checked(declaration) + QStringLiteral("'") +
-           QStringLiteral("  and ARTNCM = '") + SqlValue::checked(tariffPosition) +
-           QStringLiteral("'");
+           SqlValue::checked(value) + QStringLiteral("' ") +
+           ScreenStatements::tariffLinesWhere(declaration, tariffPosition);
 }
 
 } // namespace
+
+QString ScreenStatements::tariffLinesWhere(const QString& declaration,
+                                           const QString& tariffPosition)
+{
+    return QStringLiteral("where INTDCL = '") + SqlValue::checked(declaration) +
+           QStringLiteral("'  and ARTNCM = '") + SqlValue::checked(tariffPosition) + u'\'';
+}
 
 QString ScreenStatements::updateCtc(const QString& ctc, const QString& declaration,
                                     const QString& tariffPosition)

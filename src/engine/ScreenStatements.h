@@ -22,6 +22,9 @@ public:
     // Writes an export reference into every stock line of a declaration and tariff position.
     static QString updateExportReference(const QString& exportReference, const QString& declaration,
                                          const QString& tariffPosition);
+    // The stock lines of a declaration and tariff position, "where ..." as the two updates
+    // above end.
+    static QString tariffLinesWhere(const QString& declaration, const QString& tariffPosition);
     // The stock lines whose input code begins with prefix, earliest expiry first.
     static QString stockSearch(const QString& prefix, StockFilter filter);
 };
