@@ -6,8 +6,9 @@ namespace oquivran {
 
 // The two databases the component reads: a host may keep them apart or in one database.
 enum class SchemaDatabase {
-    Discharge, // DIP, RIP, PRD, INS, INTINS
-    Host,      // item, groupsubitems, facturas
+    Discharge,  // DIP, RIP, PRD, INS, INTINS
+    Host,       // item, groupsubitems, facturas
+    AuditTrail, // DIPAUD, in the discharge database: for a host that turns the trail on
 };
 
 // Creates the tables and indexes of a database that are missing, as the schema scripts shipped

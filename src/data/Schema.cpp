@@ -12,8 +12,8 @@ namespace oquivran {
 
 namespace {
 
-// The statements of a script: ";" ends one outside quotes and "$$" bodies; comments are left
-// out.
+// The statements of a script: ";" ends one outside quotes, "$$" bodies and a trigger's
+// BEGIN ... END; comments are left out.
 QStringList split(const QString& text)
 {
     QStringList statements;
@@ -51,6 +51,13 @@ QStringList split(const QString& text)
             continue;
         }
         if (c == u';') {
+            // A trigger's body holds statements of its own, up to its END.
+            const QString sofar = current.trimmed();
+            if (sofar.startsWith(QStringLiteral("CREATE TRIGGER"), Qt::CaseInsensitive) &&
+                !sofar.endsWith(QStringLiteral("END"), Qt::CaseInsensitive)) {
+                current += c;
+                continue;
+            }
             finish();
             continue;
         }
@@ -74,6 +81,9 @@ QString Schema::script(Database database, Server server)
     case Database::Host:
         return QString::fromUtf8(postgresql ? schema_scripts::postgresqlHost
                                             : schema_scripts::host);
+    case Database::Audit:
+        return QString::fromUtf8(postgresql ? schema_scripts::postgresqlAudit
+                                            : schema_scripts::audit);
     }
     return QString();
 }
@@ -103,8 +113,14 @@ void Schema::create(const QSqlDatabase& connection, Database database)
 
 void createTables(const QSqlDatabase& connection, SchemaDatabase database)
 {
-    Schema::create(connection, database == SchemaDatabase::Discharge ? Schema::Database::Discharge
-                                                                     : Schema::Database::Host);
+    switch (database) {
+    case SchemaDatabase::Discharge:
+        return Schema::create(connection, Schema::Database::Discharge);
+    case SchemaDatabase::Host:
+        return Schema::create(connection, Schema::Database::Host);
+    case SchemaDatabase::AuditTrail:
+        return Schema::create(connection, Schema::Database::Audit);
+    }
 }
 
 } // namespace oquivran

@@ -14,6 +14,7 @@ public:
     enum class Database {
         Discharge, // DIP, RIP, PRD, INS, INTINS
         Host,      // item, groupsubitems, facturas
+        Audit,     // DIPAUD, in the discharge database, for a host that turns the trail on
     };
     enum class Server {
         SQLite,

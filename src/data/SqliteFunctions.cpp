@@ -5,6 +5,7 @@
 #include "NumberText.h"
 
 #include <QByteArray>
+#include <QDateTime>
 #include <QString>
 
 #include <exception>
@@ -137,9 +138,33 @@ void toDate(sqlite3_context* context, int, sqlite3_value** argv)
 
 using Function = void (*)(sqlite3_context*, int, sqlite3_value**);
 
-bool define(sqlite3* connection, const char* name, int arguments, Function function)
+// Local time now as ISO 8601 text with milliseconds and the offset from UTC.
+void auditTime(sqlite3_context* context, int, sqlite3_value**)
 {
-    return sqlite3_create_function_v2(connection, name, arguments, Flags, nullptr, function,
+    guarded(context, [&] {
+        // Qt writes the offset only for a time given as an offset from UTC.
+        const QDateTime now = QDateTime::currentDateTime();
+        resultText(context, now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODateWithMs));
+    });
+}
+
+// The operating-system user running the component.
+void auditUser(sqlite3_context* context, int, sqlite3_value**)
+{
+    guarded(context, [&] {
+        for (const char* name : {"USERNAME", "USER", "LOGNAME"}) {
+            const QString user = qEnvironmentVariable(name);
+            if (!user.isEmpty())
+                return resultText(context, user);
+        }
+        resultText(context, QStringLiteral("?"));
+    });
+}
+
+bool define(sqlite3* connection, const char* name, int arguments, Function function,
+            int flags = Flags)
+{
+    return sqlite3_create_function_v2(connection, name, arguments, flags, nullptr, function,
                                       nullptr, nullptr, nullptr) == SQLITE_OK;
 }
 
@@ -154,6 +179,9 @@ bool SqliteFunctions::install(sqlite3* connection)
     ok = define(connection, "format", -1, format) && ok;
     ok = define(connection, "oquivran_real", 1, toReal) && ok;
     ok = define(connection, "oquivran_date", 1, toDate) && ok;
+    // Neither gives the same result on every call.
+    ok = define(connection, "oquivran_audit_time", 0, auditTime, SQLITE_UTF8) && ok;
+    ok = define(connection, "oquivran_audit_user", 0, auditUser, SQLITE_UTF8) && ok;
     return ok;
 }
 

@@ -14,6 +14,8 @@ namespace oquivran {
 // - oquivran_real(value), oquivran_date(value): what SqlDataObject wraps around values written
 //   into REAL and DATE columns: locale number text becomes a real, date text an ISO date,
 //   anything else passes unchanged.
+// - oquivran_audit_time(), oquivran_audit_user(): the audit trail's when and who: local time as
+//   ISO 8601 text with milliseconds and the offset from UTC, and the operating-system user.
 class SqliteFunctions
 {
 public:
