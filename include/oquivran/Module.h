@@ -46,6 +46,27 @@ void setAtomicWrites(bool on);
 // Whether atomic writes are on.
 bool atomicWrites();
 
+// The audit trail, for offices whose discharges are audited. Off (the default), nothing is
+// written beyond what the component always writes. On, every unit of atomic writes that
+// changes discharge lines or stock lines appends to the table DIPAUD, in the same unit, one row
+// for each line it changes: F11 and dischargeAsProposed (each line written, "DIP alta", and
+// each stock line's availability, "INS.ARTDSC"), EliminarInsumo (each line removed, "DIP baja",
+// and the availability), the line edit screen's C.T.C. and export reference ("INS.ARTCTC",
+// "INS.INSEXP"), EnviarGrupoIdSub, ResetIdItems and EnviarNroItem ("DIP.idroot",
+// "DIP.EXTITM", lines whose value changes), and the recording after printing ("DIP.EXTNOF",
+// "DIP.EXTFOF", "DIP.EXTFAC"). A row holds when (local time with its offset on SQLite, the
+// server's time on PostgreSQL), who (operatorName, or when empty the operating-system user on
+// SQLite and the database role on PostgreSQL), the operation and sub-item, the stock line,
+// the quantity before and after (DIPCAN of a line, ARTDSC of a stock line) and the value of an
+// updated column before and after. An undone unit leaves no row. The database needs the
+// table and its functions (createTables with SchemaDatabase::AuditTrail). It needs atomic writes:
+// turning it on while they are off is refused with the common error message and false; turning
+// atomic writes off turns it off. A name holding a quote is refused the same way. Returns true when
+// the setting took effect. A host setting: resetModuleState() keeps it.
+bool setAuditTrail(bool on, const QString& operatorName = QString());
+// Whether the audit trail is on.
+bool auditTrail();
+
 // The first run-time error the component reported to the operator through its error message
 // since the host last called clearReportedError() (or resetModuleState()): the cause of what
 // the routine then reported; null when none. Its nativeErrorCode lets a host tell a refusal by

@@ -1,6 +1,7 @@
 #include <oquivran/clQUIVRAN.h>
 
 #include "ApplicationGuard.h"
+#include "AuditTrail.h"
 #include "BoundData.h"
 #include "DischargeSave.h"
 #include "DischargeStatements.h"
@@ -174,17 +175,23 @@ bool clQUIVRAN::EnviarGrupoIdSub(const QString& p_EXTINT, const QString& p_IDRoo
 {
     // The operation is the module's INTERNO; p_EXTINT is not used.
     Q_UNUSED(p_EXTINT);
-    return ScreenErrors::guard(ScreenErrors::Layout::DescriptionThenLabel,
-                               QStringLiteral(" - seccion [cQUIVRAN.EnviarGroupIdSub]::"), [&] {
-                                   if (TextRules::trim(p_EXTGRPSBT).isEmpty())
-                                       return true;
-                                   return WriteUnit::run([&] {
-                                       for (const QString& subItem : subItems(p_EXTGRPSBT))
-                                           BoundData::execute(DischargeStatements::groupSubItem(
-                                               p_IDRoot, subItem, moduleState().INTERNO));
-                                       return true;
-                                   });
-                               });
+    return ScreenErrors::guard(
+        ScreenErrors::Layout::DescriptionThenLabel,
+        QStringLiteral(" - seccion [cQUIVRAN.EnviarGroupIdSub]::"), [&] {
+            if (TextRules::trim(p_EXTGRPSBT).isEmpty())
+                return true;
+            return WriteUnit::run([&] {
+                const QString& interno = moduleState().INTERNO;
+                for (const QString& subItem : subItems(p_EXTGRPSBT)) {
+                    AuditTrail::dischargeColumnUpdated(
+                        QStringLiteral("idroot"), p_IDRoot,
+                        DischargeStatements::groupSubItemWhere(subItem, interno));
+                    BoundData::execute(
+                        DischargeStatements::groupSubItem(p_IDRoot, subItem, interno));
+                }
+                return true;
+            });
+        });
 }
 
 bool clQUIVRAN::ResetIdItems()
@@ -192,8 +199,11 @@ bool clQUIVRAN::ResetIdItems()
     return ScreenErrors::guard(ScreenErrors::Layout::DescriptionThenLabel,
                                QStringLiteral(" - seccion [oQUIVRAN.clQUIVRAN_ResetIdITtems]"), [] {
                                    return WriteUnit::run([] {
-                                       BoundData::execute(
-                                           DischargeStatements::resetItems(moduleState().INTERNO));
+                                       const QString& interno = moduleState().INTERNO;
+                                       AuditTrail::dischargeColumnUpdated(
+                                           QStringLiteral("EXTITM"), QStringLiteral("0"),
+                                           DischargeStatements::operationWhere(interno));
+                                       BoundData::execute(DischargeStatements::resetItems(interno));
                                        return true;
                                    });
                                });
@@ -211,6 +221,9 @@ bool clQUIVRAN::EnviarNroItem(qint16 p_ITEM, const QString& p_SubIt)
                 for (const QString& subItem : subItems(p_SubIt)) {
                     // Sub-items stamped before a missing one stay stamped (unless the numbering
                     // is one unit of atomic writes); the rest are not.
+                    AuditTrail::dischargeColumnUpdated(
+                        QStringLiteral("EXTITM"), QString::number(p_ITEM),
+                        DischargeStatements::numberItemWhere(subItem, interno));
                     if (BoundData::execute(
                             DischargeStatements::numberItem(p_ITEM, subItem, interno)) == 0) {
                         WriteUnit::undo();

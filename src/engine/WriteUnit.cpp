@@ -1,5 +1,6 @@
 #include "WriteUnit.h"
 
+#include "AuditTrail.h"
 #include "BoundData.h"
 
 #include <oquivran/DataObject.h>
@@ -79,6 +80,9 @@ void pauseBeforeAttempt(int attempt, const QDeadlineTimer& deadline)
 void setAtomicWrites(bool on)
 {
     atomicWritesSetting() = on;
+    // The trail's rows are only ever written inside units.
+    if (!on)
+        AuditTrail::switchOff();
 }
 
 bool atomicWrites()

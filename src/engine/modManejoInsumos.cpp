@@ -1,5 +1,6 @@
 #include "modManejoInsumos.h"
 
+#include "AuditTrail.h"
 #include "BoundData.h"
 #include "DischargeStatements.h"
 #include "ErrorMessage.h"
@@ -229,6 +230,7 @@ bool modManejoInsumos::AgregarDIP()
                 values.realQuantity = NumberFormat::rounded(realQuantity(line, state.Restar_PerMer),
                                                             state.valueFormat);
                 BoundData::execute(DischargeStatements::insertLine(values, line));
+                AuditTrail::lineInserted(values.subItem, line);
             }
             return true;
         });
@@ -239,6 +241,7 @@ bool modManejoInsumos::EliminarDIP()
     // The delete reports under the insert's label, as the system has it.
     return ErrorMessage::guard(
         QStringLiteral(" - Seccion [oTORVANE.modManejoInsumos.AgregarDIP]"), [] {
+            AuditTrail::linesDeleted(DischargeStatements::subItemWhere(currentSubItem()));
             BoundData::execute(DischargeStatements::deleteSubItem(currentSubItem()));
             return true;
         });
@@ -305,6 +308,8 @@ bool modManejoInsumos::RefrescarINS()
                         description.join(QStringLiteral("\r\n")),
                         QStringLiteral("{Comparación: Disponible con Descuentos}"));
                 }
+                AuditTrail::availabilityRefreshed(currentSubItem(), line, totalText,
+                                                  state.valueFormat);
                 BoundData::execute(
                     DischargeStatements::refreshAvailability(totalText, state.valueFormat, line));
             }

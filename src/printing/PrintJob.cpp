@@ -1,5 +1,6 @@
 #include "PrintJob.h"
 
+#include "AuditTrail.h"
 #include "BoundData.h"
 #include "ComparativeReport.h"
 #include "ControlReport.h"
@@ -57,8 +58,11 @@ bool PrintJob::printDeclaration() const
         invoices = TextRules::trim(invoices).isEmpty() ? QStringLiteral("-")
                                                        : invoices.replace(u'\'', u' ');
         return WriteUnit::run([&] {
+            const QString& interno = moduleState().INTERNO;
+            AuditTrail::exportDataRecorded(m_request.officialNumber, m_request.officialDate,
+                                           invoices, interno);
             BoundData::execute(PrintStatements::recordExportData(
-                m_request.officialNumber, m_request.officialDate, invoices, moduleState().INTERNO));
+                m_request.officialNumber, m_request.officialDate, invoices, interno));
             return true;
         });
     });

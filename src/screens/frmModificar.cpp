@@ -1,5 +1,6 @@
 #include "frmModificar.h"
 
+#include "AuditTrail.h"
 #include "BoundData.h"
 #include "CandidatePosition.h"
 #include "ErrorMessage.h"
@@ -184,13 +185,24 @@ bool frmModificar::f_Aceptar()
         // refused there leaves the C.T.C. update done (and remembered), as each statement
         // takes effect on its own (with atomic writes on, the unit takes neither).
         const bool written = WriteUnit::run([&] {
-            if (!line.ctc.isEmpty() && BoundData::execute(ScreenStatements::updateCtc(
-                                           line.ctc, line.declaration, line.tariffPosition)) > 0)
-                SetCTC(line.declaration, line.tariffPosition, line.ctc);
-            if (!line.exportReference.isEmpty() &&
-                BoundData::execute(ScreenStatements::updateExportReference(
-                    line.exportReference, line.declaration, line.tariffPosition)) > 0)
-                SetEXP(line.declaration, line.tariffPosition, line.exportReference);
+            // Each where-clause is built where its update is, so that a value refused there
+            // is refused at the same point as without the trail.
+            if (!line.ctc.isEmpty()) {
+                AuditTrail::stockColumnUpdated(
+                    QStringLiteral("ARTCTC"), line.ctc,
+                    ScreenStatements::tariffLinesWhere(line.declaration, line.tariffPosition));
+                if (BoundData::execute(ScreenStatements::updateCtc(line.ctc, line.declaration,
+                                                                   line.tariffPosition)) > 0)
+                    SetCTC(line.declaration, line.tariffPosition, line.ctc);
+            }
+            if (!line.exportReference.isEmpty()) {
+                AuditTrail::stockColumnUpdated(
+                    QStringLiteral("INSEXP"), line.exportReference,
+                    ScreenStatements::tariffLinesWhere(line.declaration, line.tariffPosition));
+                if (BoundData::execute(ScreenStatements::updateExportReference(
+                        line.exportReference, line.declaration, line.tariffPosition)) > 0)
+                    SetEXP(line.declaration, line.tariffPosition, line.exportReference);
+            }
             return true;
         });
         state.editFlag = written;

@@ -1,0 +1,101 @@
+#include "AuditStatements.h"
+
+#include "NumberText.h"
+#include "SqlValue.h"
+
+namespace oquivran {
+
+namespace {
+
+// The columns every audit statement writes, in this order.
+QString insertInto()
+{
+    return QStringLiteral("insert into DIPAUD (AUDFEC,AUDUSR,AUDQUE,EXTINT,EXTSBT,INTDCL,ARTNRO,"
+                          "ARTITM,ARTSBT,AUDANT,AUDNUE,AUDVAA,AUDVAN) ");
+}
+
+// The first three values: when, who and what changed.
+QString whenWhoWhat(const QString& who, const QString& what)
+{
+    return QStringLiteral("oquivran_audit_time(),") + who + QStringLiteral(",'") + what +
+           QStringLiteral("',");
+}
+
+// The stock line's key as values.
+QString stockLineValues(const DipCandidate& line)
+{
+    return SqlValue::text(line.declaration) + u',' + SqlValue::text(line.inputCode) + u',' +
+           SqlValue::whole(line.item) + u',' + SqlValue::whole(line.subItem) + u',';
+}
+
+// A column updated to value is a change only where it holds something else.
+QString changedOnly(const QString& column, const QString& value)
+{
+    return QStringLiteral(" and (") + column + QStringLiteral(" is null or ") + column +
+           QStringLiteral(" <> ") + value + u')';
+}
+
+} // namespace
+
+QString AuditStatements::who(const QString& operatorName)
+{
+    return operatorName.isEmpty() ? QStringLiteral("oquivran_audit_user()")
+                                  : SqlValue::text(operatorName);
+}
+
+QString AuditStatements::lineInserted(const QString& who, const DischargeStatements::SubItem& s,
+                                      const DipCandidate& line)
+{
+    return insertInto() + QStringLiteral("values (") +
+           whenWhoWhat(who, QStringLiteral("DIP alta")) + SqlValue::text(s.interno) + u',' +
+           SqlValue::whole(s.subItem) + u',' + stockLineValues(line) + QStringLiteral("0,cdbl('") +
+           NumberText::toText(line.quantity) + QStringLiteral("'),null,null)");
+}
+
+QString AuditStatements::linesDeleted(const QString& who, const QString& dipWhere)
+{
+    return insertInto() + QStringLiteral("select ") + whenWhoWhat(who, QStringLiteral("DIP baja")) +
+           QStringLiteral(
+               "EXTINT,EXTSBT,ARTDCL,ARTNRO,ARTITM,ARTSBT,DIPCAN,0,null,null from DIP ") +
+           dipWhere;
+}
+
+QString AuditStatements::availabilityRefreshed(const QString& who,
+                                               const DischargeStatements::SubItem& s,
+                                               const DipCandidate& line, const QString& totalText,
+                                               const QString& valueFormat)
+{
+    const QString where = DischargeStatements::stockLineWhere(line);
+    // The same expression as the refresh's, converted into the real column as the refresh's is.
+    return insertInto() + QStringLiteral("values (") +
+           whenWhoWhat(who, QStringLiteral("INS.ARTDSC")) + SqlValue::text(s.interno) + u',' +
+           SqlValue::whole(s.subItem) + u',' + stockLineValues(line) +
+           QStringLiteral("(select ARTDSC from INS ") + where +
+           QStringLiteral("),(select format(ARTCAT - cdbl('") + SqlValue::checked(totalText) +
+           QStringLiteral("'),'") + SqlValue::checked(valueFormat) +
+           QStringLiteral("') from INS ") + where + QStringLiteral("),null,null)");
+}
+
+QString AuditStatements::dischargeColumnUpdated(const QString& who, const QString& column,
+                                                const QString& value, const QString& dipWhere)
+{
+    return insertInto() + QStringLiteral("select ") +
+           whenWhoWhat(who, QStringLiteral("DIP.") + column) +
+           QStringLiteral("EXTINT,EXTSBT,ARTDCL,ARTNRO,ARTITM,ARTSBT,DIPCAN,DIPCAN,cast(") +
+           column + QStringLiteral(" as text),cast(") + value +
+           QStringLiteral(" as text) from DIP ") + dipWhere + changedOnly(column, value);
+}
+
+QString AuditStatements::stockColumnUpdated(const QString& who, const QString& interno,
+                                            qint16 subItem, const QString& column,
+                                            const QString& value, const QString& insWhere)
+{
+    const QString quoted = SqlValue::text(value);
+    return insertInto() + QStringLiteral("select ") +
+           whenWhoWhat(who, QStringLiteral("INS.") + column) + SqlValue::text(interno) + u',' +
+           SqlValue::whole(subItem) +
+           QStringLiteral(",INTDCL,ARTNRO,ARTITM,ARTSBT,ARTDSC,ARTDSC,") + column + u',' + quoted +
+           QStringLiteral(" from INS ") + insWhere + changedOnly(column, quoted);
+}
+
+} // namespace oquivran

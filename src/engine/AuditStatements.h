@@ -1,0 +1,48 @@
+#pragma once
+
+#include "DischargeStatements.h"
+
+#include <QString>
+
+namespace oquivran {
+
+// The SQL text of the audit trail: each statement appends to DIPAUD the rows of one change that
+// a unit of atomic writes is about to make (or has just made, for an inserted line), with the
+// same values and where-clause as the change itself, so that what it records is what is
+// written. who is the SQL value of AUDUSR: a quoted name, or oquivran_audit_user() for the
+// database's own (the role on the server, the operating-system user on SQLite). Text values are
+// written between quotes without escaping; a value holding a quote is refused with a
+// RuntimeError before any text is built.
+class AuditStatements
+{
+public:
+    // The SQL value of AUDUSR: operatorName quoted, or the database's user when it is empty.
+    static QString who(const QString& operatorName);
+
+    // A line inserted for a sub-item ("DIP alta"): its quantity from 0 to the line's, as the
+    // insert writes it.
+    static QString lineInserted(const QString& who, const DischargeStatements::SubItem& subItem,
+                                const DipCandidate& line);
+    // The lines a delete with dipWhere ("where ...") is about to remove ("DIP baja"): each
+    // line's quantity to 0.
+    static QString linesDeleted(const QString& who, const QString& dipWhere);
+    // The availability of the stock line a candidate line draws on, about to be refreshed from
+    // the discharged total ("INS.ARTDSC"): ARTDSC now, and what the refresh computes from
+    // totalText and valueFormat.
+    static QString availabilityRefreshed(const QString& who,
+                                         const DischargeStatements::SubItem& subItem,
+                                         const DipCandidate& line, const QString& totalText,
+                                         const QString& valueFormat);
+    // The lines an update of column to value (SQL text) with dipWhere is about to change
+    // ("DIP.<column>"): the column's value before and after as text; lines that already hold
+    // the value are no change.
+    static QString dischargeColumnUpdated(const QString& who, const QString& column,
+                                          const QString& value, const QString& dipWhere);
+    // The stock lines an update of a text column to value with insWhere is about to change
+    // ("INS.<column>"), for the operation and sub-item of the unit.
+    static QString stockColumnUpdated(const QString& who, const QString& interno, qint16 subItem,
+                                      const QString& column, const QString& value,
+                                      const QString& insWhere);
+};
+
+} // namespace oquivran

@@ -1,0 +1,288 @@
+#include "DischargeFixture.h"
+#include "MessageRecorder.h"
+
+#include "AuditStatements.h"
+#include "AuditTrail.h"
+#include "ModuleState.h"
+#include "Schema.h"
+#include "WriteUnit.h"
+#include "modManejoInsumos.h"
+
+#include <oquivran/Module.h>
+#include <oquivran/RuntimeError.h>
+
+#include <QRegularExpression>
+#include <QSqlQuery>
+#include <QtTest>
+
+using namespace oquivran;
+
+namespace {
+
+// One audit row as the test compares it: what changed, on which operation, sub-item and stock
+// line, the quantities before and after, and the values before and after.
+QString row(const QSqlQuery& query)
+{
+    QStringList fields;
+    for (int i = 0; i < 11; ++i) {
+        const QVariant value = query.value(i);
+        fields.append(value.isNull()       ? QStringLiteral("null")
+                      : (i == 8 || i == 9) ? QString::number(value.toDouble(), 'g', 17)
+                                           : value.toString());
+    }
+    return fields.join(u'|');
+}
+
+// The trail's rows in the order they were appended.
+QStringList auditRows(const DischargeFixture& f)
+{
+    QSqlQuery query(f.discharge());
+    if (!query.exec("select AUDQUE, EXTINT, EXTSBT, INTDCL, ARTNRO, ARTITM, ARTSBT, AUDUSR, "
+                    "AUDANT, AUDNUE, AUDVAN from DIPAUD order by AUDNRO"))
+        return {u"query failed: " + query.lastError().text()};
+    QStringList rows;
+    while (query.next())
+        rows.append(row(query));
+    return rows;
+}
+
+// Stock of two lines of ART1 (10 on D1, 5 on D2) and product PRD taking 1 ART1 a unit.
+void seed(DischargeFixture& f, double quantity)
+{
+    f.addDeclaration("D1", QDate(2026, 1, 1));
+    f.addDeclaration("D2", QDate(2026, 2, 1));
+    f.addStock("D1", "ART1", 1, 1, 10, 2);
+    f.addStock("D2", "ART1", 3, 2, 5, 2);
+    f.addProduct("CAT", "PRD", 1);
+    f.addRelation("CAT", "PRD", "ART1", 1);
+    f.setSubItem("OP1", 1, "CAT", "PRD", quantity);
+}
+
+// The audit table beside the fixture's discharge tables.
+void createTrail(const DischargeFixture& f)
+{
+    Schema::create(f.discharge(), Schema::Database::Audit);
+}
+
+QString operatingSystemUser()
+{
+    for (const char* name : {"USERNAME", "USER", "LOGNAME"}) {
+        const QString user = qEnvironmentVariable(name);
+        if (!user.isEmpty())
+            return user;
+    }
+    return QStringLiteral("?");
+}
+
+// Who the rows name when the host gives no name: the database's user.
+QString databaseUser(const DischargeFixture& f)
+{
+    if (!FixtureDatabase::onPostgreSql())
+        return operatingSystemUser();
+    return f.scalar("select current_user").toString();
+}
+
+// EliminarInsumo's unit, as the component runs it.
+bool removeSubItem()
+{
+    return WriteUnit::run([] {
+        return modManejoInsumos::Generar_DIP_A_ARR() && modManejoInsumos::EliminarDIP() &&
+               modManejoInsumos::RefrescarINS();
+    });
+}
+
+} // namespace
+
+class tst_AuditTrail : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void cleanup()
+    {
+        setAuditTrail(false);
+        setAtomicWrites(false);
+    }
+
+    // The trail needs atomic writes: turning it on without them is refused with the common
+    // message, and turning atomic writes off turns it off.
+    void needsAtomicWrites()
+    {
+        DischargeFixture f;
+        MessageRecorder messages;
+        setAtomicWrites(false);
+        QVERIFY(!setAuditTrail(true));
+        QVERIFY(!auditTrail());
+        QCOMPARE(messages.messages.size(), 1);
+        QVERIFY2(messages.lastPrompt().startsWith(
+                     QStringLiteral("El registro de auditoría necesita las escrituras atómicas: "
+                                    "actívelas (setAtomicWrites) antes de activarlo.\r\n\r\n")),
+                 qPrintable(messages.lastPrompt()));
+        QVERIFY(
+            messages.lastPrompt().endsWith(QStringLiteral(" - Sección [oQUIVRAN.setAuditTrail]")));
+
+        setAtomicWrites(true);
+        QVERIFY(setAuditTrail(true));
+        QVERIFY(auditTrail());
+        setAtomicWrites(false);
+        QVERIFY(!auditTrail());
+        // A name holding a quote would break the statements: refused when it is given.
+        setAtomicWrites(true);
+        QVERIFY(!setAuditTrail(true, QStringLiteral("O'Brien")));
+        QVERIFY(!auditTrail());
+        QCOMPARE(messages.messages.size(), 2);
+    }
+
+    // With the trail off the audit table gets nothing, though it exists.
+    void offWritesNothing()
+    {
+        DischargeFixture f;
+        MessageRecorder messages;
+        createTrail(f);
+        seed(f, 12);
+        setAtomicWrites(true);
+        QVERIFY2(dischargeAsProposed(false), qPrintable(messages.lastPrompt()));
+        QCOMPARE(f.dischargeRowCount(), 2);
+        QCOMPARE(auditRows(f), QStringList());
+    }
+
+    // F11: one row per line written and one per stock line refreshed, with the quantities the
+    // lines and the stock hold; removing the sub-item: one row per line removed and per stock
+    // line given back. Rows name the host's operator or the database's user.
+    void dischargeAndRemoval_data()
+    {
+        QTest::addColumn<QString>("operatorName");
+        QTest::newRow("database user") << QString();
+        QTest::newRow("operator named") << QStringLiteral("Operador 7");
+    }
+    void dischargeAndRemoval()
+    {
+        QFETCH(QString, operatorName);
+        DischargeFixture f;
+        MessageRecorder messages;
+        createTrail(f);
+        seed(f, 12);
+        setAtomicWrites(true);
+        QVERIFY(setAuditTrail(true, operatorName));
+        const QString who = operatorName.isEmpty() ? databaseUser(f) : operatorName;
+
+        QVERIFY2(dischargeAsProposed(false), qPrintable(messages.lastPrompt()));
+        QCOMPARE(f.available("D1", "ART1", 1, 1), 0.0);
+        QCOMPARE(f.available("D2", "ART1", 3, 2), 3.0);
+        const QStringList discharged = {
+            u"DIP alta|OP1|1|D1|ART1|1|1|" + who + u"|0|10|null",
+            u"DIP alta|OP1|1|D2|ART1|3|2|" + who + u"|0|2|null",
+            u"INS.ARTDSC|OP1|1|D1|ART1|1|1|" + who + u"|10|0|null",
+            u"INS.ARTDSC|OP1|1|D2|ART1|3|2|" + who + u"|5|3|null",
+        };
+        QCOMPARE(auditRows(f), discharged);
+
+        QVERIFY2(removeSubItem(), qPrintable(messages.lastPrompt()));
+        QCOMPARE(f.dischargeRowCount(), 0);
+        const QStringList removed = {
+            u"DIP baja|OP1|1|D1|ART1|1|1|" + who + u"|10|0|null",
+            u"DIP baja|OP1|1|D2|ART1|3|2|" + who + u"|2|0|null",
+            u"INS.ARTDSC|OP1|1|D1|ART1|1|1|" + who + u"|0|10|null",
+            u"INS.ARTDSC|OP1|1|D2|ART1|3|2|" + who + u"|3|5|null",
+        };
+        QCOMPARE(auditRows(f), discharged + removed);
+        QCOMPARE(messages.messages.size(), 0);
+
+        // When: ISO 8601 with milliseconds and the offset from UTC, on either database.
+        QSqlQuery query(f.discharge());
+        QVERIFY(query.exec("select AUDFEC from DIPAUD"));
+        static const QRegularExpression iso(QStringLiteral(
+            "^\\d{4}-\\d\\d-\\d\\dT\\d\\d:\\d\\d:\\d\\d\\.\\d{3}([+-]\\d\\d:\\d\\d|Z)$"));
+        int rows = 0;
+        for (; query.next(); ++rows) {
+            const QString when = query.value(0).toString();
+            QVERIFY2(iso.match(when).hasMatch(), qPrintable(when));
+            const QDateTime time = QDateTime::fromString(when, Qt::ISODateWithMs);
+            QVERIFY(time.isValid());
+            QVERIFY(qAbs(time.secsTo(QDateTime::currentDateTime())) < 600);
+        }
+        QCOMPARE(rows, 8);
+    }
+
+    // Quantities with decimals are recorded exactly as the lines and the stock hold them.
+    void quantitiesAreThoseWritten()
+    {
+        DischargeFixture f;
+        MessageRecorder messages;
+        createTrail(f);
+        seed(f, 10.3333);
+        setAtomicWrites(true);
+        QVERIFY(setAuditTrail(true));
+        QVERIFY2(dischargeAsProposed(false), qPrintable(messages.lastPrompt()));
+        QSqlQuery query(f.discharge());
+        QVERIFY(query.exec("select a.AUDNUE, d.DIPCAN from DIPAUD a, DIP d where a.AUDQUE = "
+                           "'DIP alta' and d.ARTDCL = a.INTDCL and d.ARTITM = a.ARTITM"));
+        int lines = 0;
+        for (; query.next(); ++lines)
+            QCOMPARE(query.value(0).toDouble(), query.value(1).toDouble());
+        QCOMPARE(lines, 2);
+        QVERIFY(query.exec("select a.AUDNUE, i.ARTDSC from DIPAUD a, INS i where a.AUDQUE = "
+                           "'INS.ARTDSC' and i.INTDCL = a.INTDCL and i.ARTITM = a.ARTITM"));
+        int stockLines = 0;
+        for (; query.next(); ++stockLines)
+            QCOMPARE(query.value(0).toDouble(), query.value(1).toDouble());
+        QCOMPARE(stockLines, 2);
+        QCOMPARE(f.available("D2", "ART1", 3, 2), 4.6667);
+    }
+
+    // A unit undone after its lines were written (the stock check finds more discharged than
+    // declared) leaves no audit row, as it leaves no line.
+    void undoneUnitLeavesNoRow()
+    {
+        DischargeFixture f;
+        MessageRecorder messages;
+        createTrail(f);
+        seed(f, 4);
+        QSqlQuery query(f.discharge());
+        QVERIFY(query.exec("insert into DIP (EXTINT, EXTSBT, ARTDCL, ARTNRO, ARTITM, ARTSBT, "
+                           "CATNRO, PRDNRO, DIPCAN) values ('OLD', 1, 'D1', 'ART1', 1, 1, 'CAT', "
+                           "'PRD', 9)"));
+        setAtomicWrites(true);
+        QVERIFY(setAuditTrail(true));
+        QVERIFY(!dischargeAsProposed(false));
+        QVERIFY(!messages.messages.isEmpty());
+        QCOMPARE(f.dischargeRowCount(), 1);
+        QCOMPARE(auditRows(f), QStringList());
+    }
+
+    // Nothing the component sends updates or deletes an audit row on SQLite; on the server the
+    // roles keep them (their own test).
+    void rowsAreOnlyAppended_data()
+    {
+        QTest::addColumn<QString>("statement");
+        QTest::newRow("update") << QStringLiteral("update DIPAUD set AUDNUE = 0");
+        QTest::newRow("delete") << QStringLiteral("delete from DIPAUD");
+    }
+    void rowsAreOnlyAppended()
+    {
+        QFETCH(QString, statement);
+        if (FixtureDatabase::onPostgreSql())
+            QSKIP("the server keeps audit rows through its roles");
+        DischargeFixture f;
+        MessageRecorder messages;
+        createTrail(f);
+        seed(f, 4);
+        setAtomicWrites(true);
+        QVERIFY(setAuditTrail(true));
+        QVERIFY(dischargeAsProposed(false));
+        const QStringList before = auditRows(f);
+        QCOMPARE(before.size(), 2);
+        try {
+            f.dischargeData->setSql(statement);
+            f.dischargeData->execute();
+            QFAIL("the statement was not refused");
+        } catch (const RuntimeError& error) {
+            QVERIFY2(error.description.contains(QStringLiteral("DIPAUD: las filas de auditoría")),
+                     qPrintable(error.description));
+        }
+        QCOMPARE(auditRows(f), before);
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_AuditTrail)
+#include "tst_AuditTrail.moc"
