@@ -1,3 +1,4 @@
+#include "AuditRows.h"
 #include "DischargeFixture.h"
 #include "LocaleText.h"
 #include "MessageRecorder.h"
@@ -67,6 +68,7 @@ private Q_SLOTS:
     void inputsOfAnItem();
     void inputsOfItemWithoutLines();
     void failuresShowTextLineBreakAndLabel();
+    void numberingWithTheTrailRecordsEachChange();
 };
 
 void tst_ItemNumbering::groupUsesTheModuleOperation()
@@ -259,6 +261,42 @@ void tst_ItemNumbering::failuresShowTextLineBreakAndLabel()
                  qPrintable(parts[0]));
         QCOMPARE(parts[1], label);
     }
+}
+
+// With the trail on, each line whose group root or item changes gets a row with the value before
+// and after; a line that already holds the value, and a numbering undone, get none.
+void tst_ItemNumbering::numberingWithTheTrailRecordsEachChange()
+{
+    DischargeFixture f;
+    MessageRecorder messages;
+    seed(f);
+    auditrows::create(f);
+    DischargeFixture::run(f.discharge(),
+                          "update DIP set EXTITM = 5 where EXTINT = 'OP1' and EXTSBT = 3");
+    setAtomicWrites(true);
+    QVERIFY(setAuditTrail(true, QStringLiteral("Op")));
+    clQUIVRAN component;
+    QVERIFY(component.EnviarGrupoIdSub(QString(), QStringLiteral("1"), QStringLiteral("2")));
+    QVERIFY(component.ResetIdItems());
+    QVERIFY(component.EnviarNroItem(1, QStringLiteral("1")));
+    QVERIFY(component.EnviarNroItem(2, QStringLiteral("3")));
+    // Sub-item 9 has no lines: the numbering is undone, and so are its rows.
+    QVERIFY(!component.EnviarNroItem(4, QStringLiteral("1|9")));
+    QCOMPARE(messages.messages.size(), 1);
+    setAuditTrail(false);
+    setAtomicWrites(false);
+
+    // The rows of one statement come in no set order: sorted by what they say.
+    QCOMPARE(auditrows::rows(f, QStringLiteral("AUDQUE, AUDVAN, EXTSBT, INTDCL, AUDNRO")),
+             (QStringList{
+                 "DIP.EXTITM|OP1|3|OLD|ART1|2|1|Op|7|7|5|0",
+                 "DIP.EXTITM|OP1|1|NEW|ART1|1|1|Op|2.5|2.5|0|1",
+                 "DIP.EXTITM|OP1|1|OLD|ART1|1|1|Op|1.004|1.004|0|1",
+                 "DIP.EXTITM|OP1|2|NEW|ART1|1|1|Op|1.5|1.5|0|1",
+                 "DIP.EXTITM|OP1|3|OLD|ART1|2|1|Op|7|7|0|2",
+                 "DIP.idroot|OP1|2|NEW|ART1|1|1|Op|1.5|1.5|null|1",
+             }));
+    QCOMPARE(items(f, "OP1"), (QList<int>{1, 1, 1, 2}));
 }
 
 QTEST_GUILESS_MAIN(tst_ItemNumbering)

@@ -1,10 +1,8 @@
+#include "AuditRows.h"
 #include "DischargeFixture.h"
 #include "MessageRecorder.h"
 
-#include "AuditStatements.h"
-#include "AuditTrail.h"
 #include "ModuleState.h"
-#include "Schema.h"
 #include "WriteUnit.h"
 #include "modManejoInsumos.h"
 
@@ -19,33 +17,6 @@ using namespace oquivran;
 
 namespace {
 
-// One audit row as the test compares it: what changed, on which operation, sub-item and stock
-// line, the quantities before and after, and the values before and after.
-QString row(const QSqlQuery& query)
-{
-    QStringList fields;
-    for (int i = 0; i < 11; ++i) {
-        const QVariant value = query.value(i);
-        fields.append(value.isNull()       ? QStringLiteral("null")
-                      : (i == 8 || i == 9) ? QString::number(value.toDouble(), 'g', 17)
-                                           : value.toString());
-    }
-    return fields.join(u'|');
-}
-
-// The trail's rows in the order they were appended.
-QStringList auditRows(const DischargeFixture& f)
-{
-    QSqlQuery query(f.discharge());
-    if (!query.exec("select AUDQUE, EXTINT, EXTSBT, INTDCL, ARTNRO, ARTITM, ARTSBT, AUDUSR, "
-                    "AUDANT, AUDNUE, AUDVAN from DIPAUD order by AUDNRO"))
-        return {u"query failed: " + query.lastError().text()};
-    QStringList rows;
-    while (query.next())
-        rows.append(row(query));
-    return rows;
-}
-
 // Stock of two lines of ART1 (10 on D1, 5 on D2) and product PRD taking 1 ART1 a unit.
 void seed(DischargeFixture& f, double quantity)
 {
@@ -56,30 +27,6 @@ void seed(DischargeFixture& f, double quantity)
     f.addProduct("CAT", "PRD", 1);
     f.addRelation("CAT", "PRD", "ART1", 1);
     f.setSubItem("OP1", 1, "CAT", "PRD", quantity);
-}
-
-// The audit table beside the fixture's discharge tables.
-void createTrail(const DischargeFixture& f)
-{
-    Schema::create(f.discharge(), Schema::Database::Audit);
-}
-
-QString operatingSystemUser()
-{
-    for (const char* name : {"USERNAME", "USER", "LOGNAME"}) {
-        const QString user = qEnvironmentVariable(name);
-        if (!user.isEmpty())
-            return user;
-    }
-    return QStringLiteral("?");
-}
-
-// Who the rows name when the host gives no name: the database's user.
-QString databaseUser(const DischargeFixture& f)
-{
-    if (!FixtureDatabase::onPostgreSql())
-        return operatingSystemUser();
-    return f.scalar("select current_user").toString();
 }
 
 // EliminarInsumo's unit, as the component runs it.
@@ -138,12 +85,12 @@ private Q_SLOTS:
     {
         DischargeFixture f;
         MessageRecorder messages;
-        createTrail(f);
+        auditrows::create(f);
         seed(f, 12);
         setAtomicWrites(true);
         QVERIFY2(dischargeAsProposed(false), qPrintable(messages.lastPrompt()));
         QCOMPARE(f.dischargeRowCount(), 2);
-        QCOMPARE(auditRows(f), QStringList());
+        QCOMPARE(auditrows::rows(f), QStringList());
     }
 
     // F11: one row per line written and one per stock line refreshed, with the quantities the
@@ -160,32 +107,32 @@ private Q_SLOTS:
         QFETCH(QString, operatorName);
         DischargeFixture f;
         MessageRecorder messages;
-        createTrail(f);
+        auditrows::create(f);
         seed(f, 12);
         setAtomicWrites(true);
         QVERIFY(setAuditTrail(true, operatorName));
-        const QString who = operatorName.isEmpty() ? databaseUser(f) : operatorName;
+        const QString who = operatorName.isEmpty() ? auditrows::databaseUser(f) : operatorName;
 
         QVERIFY2(dischargeAsProposed(false), qPrintable(messages.lastPrompt()));
         QCOMPARE(f.available("D1", "ART1", 1, 1), 0.0);
         QCOMPARE(f.available("D2", "ART1", 3, 2), 3.0);
         const QStringList discharged = {
-            u"DIP alta|OP1|1|D1|ART1|1|1|" + who + u"|0|10|null",
-            u"DIP alta|OP1|1|D2|ART1|3|2|" + who + u"|0|2|null",
-            u"INS.ARTDSC|OP1|1|D1|ART1|1|1|" + who + u"|10|0|null",
-            u"INS.ARTDSC|OP1|1|D2|ART1|3|2|" + who + u"|5|3|null",
+            u"DIP alta|OP1|1|D1|ART1|1|1|" + who + u"|0|10|null|null",
+            u"DIP alta|OP1|1|D2|ART1|3|2|" + who + u"|0|2|null|null",
+            u"INS.ARTDSC|OP1|1|D1|ART1|1|1|" + who + u"|10|0|null|null",
+            u"INS.ARTDSC|OP1|1|D2|ART1|3|2|" + who + u"|5|3|null|null",
         };
-        QCOMPARE(auditRows(f), discharged);
+        QCOMPARE(auditrows::rows(f), discharged);
 
         QVERIFY2(removeSubItem(), qPrintable(messages.lastPrompt()));
         QCOMPARE(f.dischargeRowCount(), 0);
         const QStringList removed = {
-            u"DIP baja|OP1|1|D1|ART1|1|1|" + who + u"|10|0|null",
-            u"DIP baja|OP1|1|D2|ART1|3|2|" + who + u"|2|0|null",
-            u"INS.ARTDSC|OP1|1|D1|ART1|1|1|" + who + u"|0|10|null",
-            u"INS.ARTDSC|OP1|1|D2|ART1|3|2|" + who + u"|3|5|null",
+            u"DIP baja|OP1|1|D1|ART1|1|1|" + who + u"|10|0|null|null",
+            u"DIP baja|OP1|1|D2|ART1|3|2|" + who + u"|2|0|null|null",
+            u"INS.ARTDSC|OP1|1|D1|ART1|1|1|" + who + u"|0|10|null|null",
+            u"INS.ARTDSC|OP1|1|D2|ART1|3|2|" + who + u"|3|5|null|null",
         };
-        QCOMPARE(auditRows(f), discharged + removed);
+        QCOMPARE(auditrows::rows(f), discharged + removed);
         QCOMPARE(messages.messages.size(), 0);
 
         // When: ISO 8601 with milliseconds and the offset from UTC, on either database.
@@ -209,7 +156,7 @@ private Q_SLOTS:
     {
         DischargeFixture f;
         MessageRecorder messages;
-        createTrail(f);
+        auditrows::create(f);
         seed(f, 10.3333);
         setAtomicWrites(true);
         QVERIFY(setAuditTrail(true));
@@ -236,7 +183,7 @@ private Q_SLOTS:
     {
         DischargeFixture f;
         MessageRecorder messages;
-        createTrail(f);
+        auditrows::create(f);
         seed(f, 4);
         QSqlQuery query(f.discharge());
         QVERIFY(query.exec("insert into DIP (EXTINT, EXTSBT, ARTDCL, ARTNRO, ARTITM, ARTSBT, "
@@ -247,7 +194,7 @@ private Q_SLOTS:
         QVERIFY(!dischargeAsProposed(false));
         QVERIFY(!messages.messages.isEmpty());
         QCOMPARE(f.dischargeRowCount(), 1);
-        QCOMPARE(auditRows(f), QStringList());
+        QCOMPARE(auditrows::rows(f), QStringList());
     }
 
     // Nothing the component sends updates or deletes an audit row on SQLite; on the server the
@@ -265,12 +212,12 @@ private Q_SLOTS:
             QSKIP("the server keeps audit rows through its roles");
         DischargeFixture f;
         MessageRecorder messages;
-        createTrail(f);
+        auditrows::create(f);
         seed(f, 4);
         setAtomicWrites(true);
         QVERIFY(setAuditTrail(true));
         QVERIFY(dischargeAsProposed(false));
-        const QStringList before = auditRows(f);
+        const QStringList before = auditrows::rows(f);
         QCOMPARE(before.size(), 2);
         try {
             f.dischargeData->setSql(statement);
@@ -280,7 +227,7 @@ private Q_SLOTS:
             QVERIFY2(error.description.contains(QStringLiteral("DIPAUD: las filas de auditoría")),
                      qPrintable(error.description));
         }
-        QCOMPARE(auditRows(f), before);
+        QCOMPARE(auditrows::rows(f), before);
     }
 };
 

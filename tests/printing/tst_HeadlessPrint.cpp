@@ -1,3 +1,4 @@
+#include "AuditRows.h"
 #include "DischargeFixture.h"
 #include "MessageRecorder.h"
 #include "PdfText.h"
@@ -5,6 +6,7 @@
 
 #include <oquivran/Printing.h>
 
+#include <QSqlQuery>
 #include <QTemporaryDir>
 #include <QtTest>
 
@@ -21,6 +23,7 @@ private Q_SLOTS:
     void declarationRefusesAnInvalidDate();
     void controlListingToPdf();
     void emptyFieldsKeepRecordedExportData();
+    void recordingWithTheTrailIsRecorded();
 };
 
 namespace {
@@ -127,6 +130,48 @@ void tst_HeadlessPrint::emptyFieldsKeepRecordedExportData()
              QStringLiteral("REC/1"));
     QCOMPARE(db.scalar("select EXTFAC from DIP where EXTINT = 'OP-0001' limit 1").toString(),
              QStringLiteral("F-9"));
+}
+
+// With the trail on, the recording after the declaration gets a row for each line and column
+// it changes, with the value recorded before and the one written.
+void tst_HeadlessPrint::recordingWithTheTrailIsRecorded()
+{
+    QTemporaryDir dir;
+    DischargeFixture db;
+    seed(db);
+    auditrows::create(db);
+    DischargeFixture::run(db.discharge(), "update DIP set EXTNOF = 'REC/1', EXTFOF = "
+                                          "'2025-04-07', EXTFAC = 'F-9' where EXTINT = 'OP-0001'");
+    MessageRecorder messages;
+    const QString out = dir.filePath(QStringLiteral("pages.txt"));
+    qputenv("OQUIVRAN_TEXT_OUTPUT", out.toLocal8Bit());
+    setAtomicWrites(true);
+    QVERIFY(setAuditTrail(true, QStringLiteral("Op")));
+    const bool printed = printReport(declarationRequest());
+    setAuditTrail(false);
+    setAtomicWrites(false);
+    qunsetenv("OQUIVRAN_TEXT_OUTPUT");
+    QVERIFY2(printed, qPrintable(messages.lastPrompt()));
+
+    QSqlQuery query(db.discharge());
+    QVERIFY(query.exec("select EXTSBT, ARTDCL, ARTNRO, ARTITM, ARTSBT, DIPCAN from DIP where "
+                       "EXTINT = 'OP-0001' order by EXTSBT, ARTDCL, ARTNRO, ARTITM, ARTSBT"));
+    QStringList expected;
+    while (query.next()) {
+        const QString quantity = QString::number(query.value(5).toDouble(), 'g', 15);
+        const QString line = u"|OP-0001|" + query.value(0).toString() + u'|' +
+                             query.value(1).toString() + u'|' + query.value(2).toString() + u'|' +
+                             query.value(3).toString() + u'|' + query.value(4).toString() +
+                             u"|Op|" + quantity + u'|' + quantity + u'|';
+        expected.append(u"DIP.EXTFAC" + line + u"F-9|A-0001-00000045");
+        expected.append(u"DIP.EXTFOF" + line + u"2025-04-07|2025-03-05");
+        expected.append(u"DIP.EXTNOF" + line + u"REC/1|25/001/EC01/000123/K");
+    }
+    QVERIFY(expected.size() >= 3);
+    expected.sort();
+    QStringList rows = auditrows::rows(db);
+    rows.sort();
+    QCOMPARE(rows, expected);
 }
 
 QTEST_MAIN(tst_HeadlessPrint)

@@ -1,3 +1,4 @@
+#include "AuditRows.h"
 #include "DischargeFixture.h"
 #include "LocaleText.h"
 #include "MessageRecorder.h"
@@ -11,6 +12,7 @@
 
 #include <QLabel>
 #include <QLineEdit>
+#include <QSqlQuery>
 #include <QTreeWidget>
 #include <QtTest>
 
@@ -53,6 +55,7 @@ private Q_SLOTS:
     void ctcMatchingNoStockIsNotRemembered();
     void blankCtcAndReferenceIssueNoUpdate();
     void ctcAndReferenceAreWrittenToStock();
+    void ctcAndReferenceWithTheTrailAreRecorded();
     void rememberedCtcStaysInLineAfterEscape();
     void quoteInCtcEndsInErrorMessage_data();
     void quoteInCtcEndsInErrorMessage();
@@ -229,6 +232,53 @@ void tst_frmModificar::ctcAndReferenceAreWrittenToStock()
     const CtcMemoryEntry& last = moduleState().ctcMemory.last();
     QCOMPARE(last.exportReference, QStringLiteral("EXP-7"));
     QCOMPARE(last.ctc, QString());
+}
+
+// With the trail on, each stock line of the declaration and tariff position whose C.T.C. or
+// export reference changes gets a row, under the operation and sub-item being discharged.
+void tst_frmModificar::ctcAndReferenceWithTheTrailAreRecorded()
+{
+    scenario::ScreenCase screenCase(QStringLiteral("PRD1"));
+    auto& [f, recorder, script] = screenCase;
+    auditrows::create(f);
+    setAtomicWrites(true);
+    QVERIFY(setAuditTrail(true, QStringLiteral("Op")));
+    editRow(script, 0);
+    script.on(QStringLiteral("frmModificar"), [&](QWidget* screen) {
+        control<QLineEdit>(screen, "txtEXP")->setText(QStringLiteral("EXP-7"));
+        saveWith(screen, "txtCTC", QStringLiteral("C-99"));
+    });
+    closeAllocation(script);
+    QVERIFY(runOnAllocation(script));
+    setAuditTrail(false);
+    setAtomicWrites(false);
+    QCOMPARE(
+        f.scalar("select count(*) from INS where ARTCTC = 'C-99' and INSEXP = 'EXP-7'").toInt(), 4);
+    // One row per stock line and column, each with the value it held and the one written.
+    const QStringList rows = auditrows::rows(f, QStringLiteral("AUDQUE, ARTNRO, ARTITM, ARTSBT"));
+    QCOMPARE(rows.size(), 8);
+    QSqlQuery query(f.discharge());
+    QVERIFY(query.exec("select INS.ARTNRO, INS.ARTITM, INS.ARTSBT, INS.ARTDSC from INS where "
+                       "INTDCL = 'D1' and ARTNCM = '1111.11.11' order by ARTNRO, ARTITM, ARTSBT"));
+    QStringList expected;
+    QStringList references;
+    const ModuleState& state = moduleState();
+    while (query.next()) {
+        const QString line = state.INTERNO + u'|' + QString::number(state.SUBITEM) + u"|D1|" +
+                             query.value(0).toString() + u'|' + query.value(1).toString() + u'|' +
+                             query.value(2).toString() + u"|Op|" +
+                             QString::number(query.value(3).toDouble(), 'g', 15) + u'|' +
+                             QString::number(query.value(3).toDouble(), 'g', 15) + u'|';
+        expected.append(u"INS.ARTCTC|" + line);
+        references.append(u"INS.INSEXP|" + line);
+    }
+    QCOMPARE(expected.size(), 4);
+    for (int i = 0; i < 4; ++i) {
+        QVERIFY2(rows.at(i).startsWith(expected.at(i)), qPrintable(rows.at(i)));
+        QVERIFY2(rows.at(i).endsWith(QStringLiteral("|C-99")), qPrintable(rows.at(i)));
+        QVERIFY2(rows.at(4 + i).startsWith(references.at(i)), qPrintable(rows.at(4 + i)));
+        QVERIFY2(rows.at(4 + i).endsWith(QStringLiteral("|EXP-7")), qPrintable(rows.at(4 + i)));
+    }
 }
 
 void tst_frmModificar::rememberedCtcStaysInLineAfterEscape()

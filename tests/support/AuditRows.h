@@ -1,0 +1,62 @@
+#pragma once
+
+#include "DischargeFixture.h"
+
+#include "Schema.h"
+
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QStringList>
+
+// The audit trail's rows as tests compare them, one text each: what changed, the operation,
+// sub-item and stock line, who, the quantities before and after, and the values before and
+// after, separated by "|" ("null" for a null). Test-side SQL only.
+namespace auditrows {
+
+// Creates the audit table beside a fixture's discharge tables.
+inline void create(const DischargeFixture& f)
+{
+    oquivran::Schema::create(f.discharge(), oquivran::Schema::Database::Audit);
+}
+
+// The rows ordered by orderBy (the order they were appended by default).
+inline QStringList rows(const DischargeFixture& f,
+                        const QString& orderBy = QStringLiteral("AUDNRO"))
+{
+    QSqlQuery query(f.discharge());
+    if (!query.exec("select AUDQUE, EXTINT, EXTSBT, INTDCL, ARTNRO, ARTITM, ARTSBT, AUDUSR, "
+                    "AUDANT, AUDNUE, AUDVAA, AUDVAN from DIPAUD order by " +
+                    orderBy))
+        return {u"query failed: " + query.lastError().text()};
+    QStringList rows;
+    while (query.next()) {
+        QStringList fields;
+        for (int i = 0; i < 12; ++i) {
+            const QVariant value = query.value(i);
+            if (value.isNull())
+                fields.append(QStringLiteral("null"));
+            else if (i == 8 || i == 9)
+                fields.append(QString::number(value.toDouble(), 'g', 15));
+            else
+                fields.append(value.toString());
+        }
+        rows.append(fields.join(u'|'));
+    }
+    return rows;
+}
+
+// Who the rows name when the host gives no name: the database role on the server, the
+// operating-system user on SQLite.
+inline QString databaseUser(const DischargeFixture& f)
+{
+    if (FixtureDatabase::onPostgreSql())
+        return f.scalar("select current_user").toString();
+    for (const char* name : {"USERNAME", "USER", "LOGNAME"}) {
+        const QString user = qEnvironmentVariable(name);
+        if (!user.isEmpty())
+            return user;
+    }
+    return QStringLiteral("?");
+}
+
+} // namespace auditrows
