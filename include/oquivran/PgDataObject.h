@@ -23,6 +23,10 @@ namespace oquivran {
 // A connection that broke (the server restarted, the network failed) is opened again on the
 // next call; the call that met the break throws with the server's message. Use it only from
 // the thread that opened the connection.
+// Its login role needs the rights of oquivran_operador (roles-postgresql.sql, createRoles()):
+// the component's statements, the stock locks (advisory locks, which need no right) and the
+// catalog reads it makes (column types, the current schema) need no more; a statement the
+// role may not run throws RuntimeError with SQLSTATE 42501.
 class PgDataObject : public DataObject
 {
 public:

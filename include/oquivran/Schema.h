@@ -18,4 +18,13 @@ enum class SchemaDatabase {
 // the database's message) when a statement fails; the statements before it stay done.
 void createTables(const QSqlDatabase& connection, SchemaDatabase database);
 
+// Creates the group roles oquivran_operador and oquivran_auditor where missing and gives them
+// their rights on the discharge tables, as roles-postgresql.sql (share/oquivran) does: the
+// operator reads, discharges and appends to the audit trail, the auditor only reads. Needs an
+// open QPSQL connection whose first schema holds the discharge tables, as their owner or a
+// superuser (CREATEROLE the first time); run it again after creating the audit table. Throws
+// RuntimeError (DatabaseError) on another connection, or with the server's message when a
+// statement fails.
+void createRoles(const QSqlDatabase& connection);
+
 } // namespace oquivran

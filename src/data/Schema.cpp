@@ -69,6 +69,16 @@ QStringList split(const QString& text)
     return statements;
 }
 
+// Runs the statements in order; the first that fails ends the run with the database's message.
+void run(const QSqlDatabase& connection, const QStringList& statements)
+{
+    for (const QString& statement : statements) {
+        QSqlQuery query(connection);
+        if (!query.exec(statement))
+            throw RuntimeError(DatabaseError, query.lastError().text(), QStringLiteral("Schema"));
+    }
+}
+
 } // namespace
 
 QString Schema::script(Database database, Server server)
@@ -104,11 +114,27 @@ Schema::Server Schema::serverOf(const QSqlDatabase& connection)
 
 void Schema::create(const QSqlDatabase& connection, Database database)
 {
-    for (const QString& statement : statements(database, serverOf(connection))) {
-        QSqlQuery query(connection);
-        if (!query.exec(statement))
-            throw RuntimeError(DatabaseError, query.lastError().text(), QStringLiteral("Schema"));
-    }
+    run(connection, statements(database, serverOf(connection)));
+}
+
+QString Schema::rolesScript()
+{
+    return QString::fromUtf8(schema_scripts::postgresqlRoles);
+}
+
+void Schema::createRoles(const QSqlDatabase& connection)
+{
+    // SQLite has no roles: whoever can open its file can write it.
+    if (serverOf(connection) != Server::PostgreSQL)
+        throw RuntimeError(DatabaseError,
+                           QStringLiteral("Roles exist only on PostgreSQL (a QPSQL connection)"),
+                           QStringLiteral("Schema"));
+    run(connection, split(rolesScript()));
+}
+
+void createRoles(const QSqlDatabase& connection)
+{
+    Schema::createRoles(connection);
 }
 
 void createTables(const QSqlDatabase& connection, SchemaDatabase database)

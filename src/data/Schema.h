@@ -32,6 +32,15 @@ public:
     // open connection. Throws RuntimeError with the database's message when a statement
     // fails.
     static void create(const QSqlDatabase& connection, Database database);
+
+    // The roles script of PostgreSQL, as shipped: the group roles oquivran_operador and
+    // oquivran_auditor and their rights on the discharge tables of the connection's schema.
+    static QString rolesScript();
+    // Runs the roles script on an open QPSQL connection whose first schema holds the discharge
+    // tables (and the audit table, when the trail is on), as their owner or a superuser; again
+    // after the audit table is created. Throws RuntimeError (DatabaseError) on any other
+    // connection, or with the server's message when a statement fails.
+    static void createRoles(const QSqlDatabase& connection);
 };
 
 } // namespace oquivran
