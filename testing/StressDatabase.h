@@ -268,6 +268,55 @@ inline bool isConflictMessage(const QString& message)
            message.contains(QStringLiteral("database is locked"));
 }
 
+// The stock lines whose audit trail does not replay to them: ARTDSC must be ARTCAT less what
+// the rows of their lines record ("DIP alta" from 0 to the quantity, "DIP baja" back to 0),
+// and the last availability a row records. Read in one snapshot.
+inline QStringList auditMismatches(QSqlDatabase db)
+{
+    QStringList mismatches;
+    QSqlQuery query(db);
+    if (!query.exec(QStringLiteral("begin")))
+        qFatal("stress audit check: %s", qPrintable(query.lastError().text()));
+    const QString sameLine = QStringLiteral(
+        "a.INTDCL = INS.INTDCL and a.ARTNRO = INS.ARTNRO and a.ARTITM = INS.ARTITM and "
+        "a.ARTSBT = INS.ARTSBT");
+    if (!query.exec(QStringLiteral("select INS.INTDCL || '/' || INS.ARTNRO, INS.ARTCAT, "
+                                   "INS.ARTDSC, coalesce((select sum(a.AUDNUE - a.AUDANT) from "
+                                   "DIPAUD a where a.AUDQUE in ('DIP alta', 'DIP baja') and ") +
+                    sameLine +
+                    QStringLiteral("), 0), (select a.AUDNUE from DIPAUD a where a.AUDQUE = "
+                                   "'INS.ARTDSC' and ") +
+                    sameLine + QStringLiteral(" order by a.AUDNRO desc limit 1) from INS")))
+        qFatal("stress audit check: %s", qPrintable(query.lastError().text()));
+    while (query.next()) {
+        const double declared = query.value(1).toDouble();
+        const double available = query.value(2).toDouble();
+        const double recorded = query.value(3).toDouble();
+        if (available != declared - recorded)
+            mismatches << QStringLiteral("%1 ARTDSC %2, ARTCAT %3 - audited %4")
+                              .arg(query.value(0).toString())
+                              .arg(available)
+                              .arg(declared)
+                              .arg(recorded);
+        if (!query.value(4).isNull() && query.value(4).toDouble() != available)
+            mismatches << QStringLiteral("%1 ARTDSC %2, last audited %3")
+                              .arg(query.value(0).toString())
+                              .arg(available)
+                              .arg(query.value(4).toDouble());
+    }
+    query.exec(QStringLiteral("commit"));
+    return mismatches;
+}
+
+// How many audit rows the stock holds.
+inline int auditRowCount(const QSqlDatabase& db)
+{
+    QSqlQuery query(db);
+    return query.exec(QStringLiteral("select count(*) from DIPAUD")) && query.next()
+               ? query.value(0).toInt()
+               : -1;
+}
+
 // Starts a worker (see stress_worker.cpp) on file; its error output holds the messages.
 inline QProcess* startWorker(const QString& program, const QString& file, const QString& operation,
                              int subItems, int seed, bool atomic, int removalShare,

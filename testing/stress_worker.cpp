@@ -11,7 +11,8 @@
 // (1 or 0), share of removals in percent, and optionally the products to choose from,
 // separated by commas (default "P1,P2,P3", of catalog "C", one unit each). A database given as
 // "host=... port=... user=... dbname=... [search_path=...]" is a PostgreSQL one. With
-// OQUIVRAN_STRESS_PAUSE_MS set, the worker waits that long after an attempt that was refused.
+// OQUIVRAN_STRESS_PAUSE_MS set, the worker waits that long after an attempt that was refused;
+// with OQUIVRAN_STRESS_AUDIT=1 (and atomic writes) it runs with the audit trail on.
 #include "PgTestDatabase.h"
 
 #include <oquivran/DataObject.h>
@@ -138,6 +139,9 @@ int main(int argc, char** argv)
                                                         : int(oquivran::AnswerOk);
     });
     oquivran::setAtomicWrites(atomic);
+    if (qEnvironmentVariableIntValue("OQUIVRAN_STRESS_AUDIT") == 1 &&
+        !oquivran::setAuditTrail(true))
+        return 2;
     oquivran::clQUIVRAN component;
     component.VincularDatos(&data);
     component.INTERNO(operation);

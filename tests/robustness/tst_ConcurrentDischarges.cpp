@@ -8,6 +8,7 @@
 #include "FixtureDatabase.h"
 #include "MessageRecorder.h"
 #include "ModuleState.h"
+#include "Schema.h"
 #include "StressDatabase.h"
 #include "modManejoInsumos.h"
 
@@ -251,11 +252,30 @@ private Q_SLOTS:
     // Workers killed with SIGKILL at random moments, 200 times; after each kill the tables
     // are checked while the other workers go on, and a new worker takes the killed one's
     // place.
-    void killedWorkers()
+    void killedWorkers() { killWorkers(Trail::Off); }
+
+    // The same with the audit trail on: after each kill, every stock line's audit rows replay
+    // to its availability as well.
+    void killedWorkersWithTheTrail()
+    {
+        qputenv("OQUIVRAN_STRESS_AUDIT", "1");
+        killWorkers(Trail::On);
+        qunsetenv("OQUIVRAN_STRESS_AUDIT");
+    }
+
+private:
+    enum class Trail { Off, On };
+
+    void killWorkers(Trail trail)
     {
         Stock db;
         QVERIFY(db.isOpen());
         stress::seed(db.database(), halfOfTheDemand());
+        if (trail == Trail::On)
+            Schema::create(db.database(), Schema::Database::Audit);
+        const auto audited = [&] {
+            return trail == Trail::On ? stress::auditMismatches(db.database()) : QStringList();
+        };
         QRandomGenerator random(20261123);
         struct Slot
         {
@@ -292,6 +312,11 @@ private Q_SLOTS:
             const stress::Consistency now = stress::check(db.database());
             QVERIFY2(now.holds(),
                      qPrintable(QStringLiteral("after kill %1: %2").arg(kills).arg(now.summary())));
+            const QStringList unreplayed = audited();
+            QVERIFY2(
+                unreplayed.isEmpty(),
+                qPrintable(
+                    QStringLiteral("after kill %1: %2").arg(kills).arg(unreplayed.join(u"; "))));
             start(slot);
         }
         for (Slot& slot : running) {
@@ -301,6 +326,9 @@ private Q_SLOTS:
         }
         const stress::Consistency after = stress::check(db.database());
         QVERIFY2(after.holds(), qPrintable(after.summary()));
+        QVERIFY2(audited().isEmpty(), qPrintable(audited().join(u"; ")));
+        if (trail == Trail::On)
+            QVERIFY(stress::auditRowCount(db.database()) > 0);
         // A killed worker may have committed one unit it did not live to report: the tables
         // and the reports differ by at most one sub-item per kill (and per final stop).
         const QSet<QString> reported = reportedDischarged(all);
@@ -314,6 +342,8 @@ private Q_SLOTS:
         qInfo("%d kills, %d workers started, %lld sub-items written at the end", kills, generation,
               qint64(after.subItems.size()));
     }
+
+private Q_SLOTS:
 
     // The server restarted (pg_ctl restart -m fast) while 8 operators discharge with atomic
     // writes: each sees a clear message with the server's words, nothing is half-written, and
