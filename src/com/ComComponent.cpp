@@ -313,6 +313,24 @@ HRESULT ComComponent::put_atomicWrites(VARIANT_BOOL on)
     return S_OK;
 }
 
+HRESULT ComComponent::setAuditTrail(VARIANT_BOOL on, BSTR operatorName, VARIANT_BOOL* result)
+{
+    if (!result)
+        return nullArgument();
+    return guarded([&] {
+        *result =
+            toVariantBool(oquivran::setAuditTrail(on != VARIANT_FALSE, fromBstr(operatorName)));
+    });
+}
+
+HRESULT ComComponent::get_auditTrail(VARIANT_BOOL* on)
+{
+    if (!on)
+        return nullArgument();
+    *on = toVariantBool(oquivran::auditTrail());
+    return S_OK;
+}
+
 HRESULT ComComponent::setMessageHandler(IDispatch* handler)
 {
     if (!handler) {

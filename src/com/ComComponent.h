@@ -61,6 +61,9 @@ public:
                                                   VARIANT_BOOL* result) override;
     HRESULT STDMETHODCALLTYPE get_atomicWrites(VARIANT_BOOL* on) override;
     HRESULT STDMETHODCALLTYPE put_atomicWrites(VARIANT_BOOL on) override;
+    HRESULT STDMETHODCALLTYPE setAuditTrail(VARIANT_BOOL on, BSTR operatorName,
+                                            VARIANT_BOOL* result) override;
+    HRESULT STDMETHODCALLTYPE get_auditTrail(VARIANT_BOOL* on) override;
     HRESULT STDMETHODCALLTYPE setMessageHandler(IDispatch* handler) override;
     HRESULT STDMETHODCALLTYPE resetModuleState() override;
 

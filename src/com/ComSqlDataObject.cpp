@@ -133,11 +133,13 @@ HRESULT ComSqlDataObject::put_LockWait(LONG milliseconds)
 HRESULT ComSqlDataObject::CreateTables(LONG database)
 {
     return guarded([&] {
-        if (database != 0 && database != 1)
+        static const Schema::Database databases[] = {
+            Schema::Database::Discharge, Schema::Database::Host, Schema::Database::Audit};
+        if (database < 0 || database > 2)
             throw RuntimeError(InvalidProcedureCall,
-                               QStringLiteral("CreateTables: 0 (descarga) o 1 (anfitrión)"));
-        Schema::create(opened().database(),
-                       database == 0 ? Schema::Database::Discharge : Schema::Database::Host);
+                               QStringLiteral("CreateTables: 0 (descarga), 1 (anfitrión) o 2 "
+                                              "(auditoría)"));
+        Schema::create(opened().database(), databases[database]);
     });
 }
 

@@ -56,6 +56,16 @@ Function NewStore(name, tables)
     Set NewStore = store
 End Function
 
+' The component bound to a discharge store and a host store, its messages answered by answers.
+Function BoundComponent(store, hostStore, answers)
+    Dim component
+    Set component = CreateObject("oQUIVRAN.clQUIVRAN")
+    component.VincularDatos store
+    component.VincularDatosMorvik hostStore
+    component.setMessageHandler answers
+    Set BoundComponent = component
+End Function
+
 Sub RunSql(store, sql)
     store.SetSql sql
     store.ExecuteSql
