@@ -49,10 +49,8 @@ int runWindow(QApplication& app)
     }
     HostDatabases databases;
     const HostDatabases::Status status = databases.open(parser);
-    if (status == HostDatabases::Status::NotFound || status == HostDatabases::Status::Failed) {
-        err << databases.errorText() << '\n';
-        return HostCommand::DatabaseMissing;
-    }
+    if (status != HostDatabases::Status::Opened && status != HostDatabases::Status::Created)
+        return HostCommand::openFailure(databases, status);
     HostWindow window(databases, parser.isSet("operation") ? parser.value("operation")
                                                            : QStringLiteral("OP-2025-0042"));
     window.show();
