@@ -402,20 +402,11 @@ void HostWindow::removeDischarge()
         return;
     const int idsub = s->idsub;
     // Taking a discharge out gives its stock back: asked first, No by default.
-    QMessageBox ask(QMessageBox::Question, windowTitle(),
-                    QStringLiteral("¿Elimina la descarga del subítem %1 (%2) y devuelve su stock?")
-                        .arg(idsub)
-                        .arg(s->product),
-                    QMessageBox::NoButton, this);
-    ask.setObjectName(QStringLiteral("msgEliminarDescarga"));
-    QPushButton* yes = ask.addButton(QStringLiteral("Sí"), QMessageBox::YesRole);
-    QPushButton* no = ask.addButton(QStringLiteral("No"), QMessageBox::NoRole);
-    yes->setObjectName(QStringLiteral("cmdSi"));
-    no->setObjectName(QStringLiteral("cmdNo"));
-    ask.setDefaultButton(no);
-    ask.setEscapeButton(no);
-    ask.exec();
-    if (ask.clickedButton() != yes) {
+    if (!askYesNo(QStringLiteral("msgEliminarDescarga"),
+                  QStringLiteral("¿Elimina la descarga del subítem %1 (%2) y devuelve su stock?")
+                      .arg(idsub)
+                      .arg(s->product),
+                  this)) {
         showResult(QStringLiteral("Subítem %1: descarga conservada").arg(idsub));
         return;
     }
@@ -511,6 +502,20 @@ bool HostWindow::eventFilter(QObject* watched, QEvent* event)
     return !confirmReplacement(*screen);
 }
 
+bool HostWindow::askYesNo(const QString& name, const QString& question, QWidget* parent) const
+{
+    QMessageBox ask(QMessageBox::Question, windowTitle(), question, QMessageBox::NoButton, parent);
+    ask.setObjectName(name);
+    QPushButton* yes = ask.addButton(QStringLiteral("Sí"), QMessageBox::YesRole);
+    QPushButton* no = ask.addButton(QStringLiteral("No"), QMessageBox::NoRole);
+    yes->setObjectName(QStringLiteral("cmdSi"));
+    no->setObjectName(QStringLiteral("cmdNo"));
+    ask.setDefaultButton(no);
+    ask.setEscapeButton(no);
+    ask.exec();
+    return ask.clickedButton() == yes;
+}
+
 bool HostWindow::confirmReplacement(QWidget& screen)
 {
     const auto* declaration = screen.findChild<QRadioButton*>(QStringLiteral("opDESINS"));
@@ -524,20 +529,11 @@ bool HostWindow::confirmReplacement(QWidget& screen)
     if (recorded.isEmpty() || !printed.date.isValid() ||
         (printed.number == recorded.number && printed.date == recorded.date))
         return true;
-    QMessageBox ask(QMessageBox::Question, windowTitle(),
+    return askYesNo(QStringLiteral("msgReemplazarOficializacion"),
                     QStringLiteral("La operación %1 ya tiene registrados el número oficial y la "
                                    "fecha %2.\n¿Los reemplaza por %3?")
                         .arg(m_operation->interno(), recorded.text(), printed.text()),
-                    QMessageBox::NoButton, &screen);
-    ask.setObjectName(QStringLiteral("msgReemplazarOficializacion"));
-    QPushButton* yes = ask.addButton(QStringLiteral("Sí"), QMessageBox::YesRole);
-    QPushButton* no = ask.addButton(QStringLiteral("No"), QMessageBox::NoRole);
-    yes->setObjectName(QStringLiteral("cmdSi"));
-    no->setObjectName(QStringLiteral("cmdNo"));
-    ask.setDefaultButton(no);
-    ask.setEscapeButton(no);
-    ask.exec();
-    return ask.clickedButton() == yes;
+                    &screen);
 }
 
 void HostWindow::chooseFormsFolder()

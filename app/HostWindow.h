@@ -71,6 +71,9 @@ private:
     // Asks before the print options' declaration replaces the official number and date
     // recorded on the operation; true when it may print (nothing replaced, or Yes).
     bool confirmReplacement(QWidget& screen);
+    // Asks a question in a message box named name over parent, with Sí and No (cmdSi, cmdNo;
+    // No the default and ESC); true when Sí was chosen.
+    bool askYesNo(const QString& name, const QString& question, QWidget* parent) const;
     void buildControls();
     void buildActions();
     void loadOperation(const QString& interno);

@@ -19,6 +19,8 @@
 #include <QTreeWidget>
 #include <QtTest>
 
+#include <functional>
+
 // The host's window on fresh sample databases: its lists, and the discharge, numbering and
 // removal actions through the component (the allocation screen accepted with F11).
 class tst_HostWindow : public QObject
@@ -80,15 +82,14 @@ void acceptNextScreen(bool& seen)
     poll->start();
 }
 
-// Clicks the button named button on the next modal window named window, within a deadline; the
-// window's table or label texts go to shown.
-void clickOnNextModal(const QString& window, const QString& button, QStringList& shown)
+// Runs act on the next modal window named window that comes up within a deadline.
+void onNextModal(const QString& window, const std::function<void(QWidget*)>& act)
 {
     auto* poll = new QTimer;
     poll->setInterval(50);
     auto* deadline = new QElapsedTimer;
     deadline->start();
-    QObject::connect(poll, &QTimer::timeout, [=, &shown] {
+    QObject::connect(poll, &QTimer::timeout, [=] {
         QWidget* modal = QApplication::activeModalWidget();
         const bool found = modal && modal->objectName() == window;
         if (!found && deadline->elapsed() < 30000)
@@ -96,8 +97,17 @@ void clickOnNextModal(const QString& window, const QString& button, QStringList&
         poll->stop();
         poll->deleteLater();
         delete deadline;
-        if (!found)
-            return;
+        if (found)
+            act(modal);
+    });
+    poll->start();
+}
+
+// Clicks the button named button on the next modal window named window, within a deadline; the
+// window's table or label texts go to shown.
+void clickOnNextModal(const QString& window, const QString& button, QStringList& shown)
+{
+    onNextModal(window, [button, &shown](QWidget* modal) {
         if (auto* table = modal->findChild<QTableWidget*>()) {
             for (int c = 0; c < table->columnCount(); ++c)
                 shown << table->horizontalHeaderItem(c)->text();
@@ -112,7 +122,6 @@ void clickOnNextModal(const QString& window, const QString& button, QStringList&
                 target->click();
         });
     });
-    poll->start();
 }
 
 // A window on fresh sample databases in dir.
@@ -334,20 +343,7 @@ namespace {
 // the screen is still up.
 void printOnNextScreen(const QString& number)
 {
-    auto* poll = new QTimer;
-    poll->setInterval(50);
-    auto* deadline = new QElapsedTimer;
-    deadline->start();
-    QObject::connect(poll, &QTimer::timeout, [=] {
-        QWidget* modal = QApplication::activeModalWidget();
-        const bool found = modal && modal->objectName() == u"frmImpresion";
-        if (!found && deadline->elapsed() < 30000)
-            return;
-        poll->stop();
-        poll->deleteLater();
-        delete deadline;
-        if (!found)
-            return;
+    onNextModal(QStringLiteral("frmImpresion"), [number](QWidget* modal) {
         QTimer::singleShot(0, modal, [screen = QPointer<QWidget>(modal), number] {
             screen->findChild<QLineEdit*>(QStringLiteral("txtAAT"))->setText(number);
             QTest::keyClick(screen, Qt::Key_F11);
@@ -355,7 +351,6 @@ void printOnNextScreen(const QString& number)
                 QTest::keyClick(screen, Qt::Key_Escape);
         });
     });
-    poll->start();
 }
 
 } // namespace
