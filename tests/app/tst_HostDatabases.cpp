@@ -26,6 +26,7 @@ private Q_SLOTS:
     void passwordNeverShown_data();
     void passwordNeverShown();
     void roleWithoutCreateReadsTheStock();
+    void passwordLeavesTheProcessList();
 
 private:
     using Result = HostRun;
@@ -366,6 +367,41 @@ void tst_HostDatabases::roleWithoutCreateReadsTheStock()
     QVERIFY(asRole.open());
     QVERIFY(!QSqlQuery(asRole).exec(QStringLiteral("create table intento (x integer)")));
     asRole.close();
+}
+
+// Once the host has read its arguments, the process list shows the URI's password masked: the
+// window, which runs until closed, is looked at from outside.
+void tst_HostDatabases::passwordLeavesTheProcessList()
+{
+#ifndef Q_OS_LINUX
+    QSKIP("reads the process's command line from /proc");
+#else
+    QCOMPARE(host({QStringLiteral("init"), QStringLiteral("--force"), QStringLiteral("--database"),
+                   m_uri})
+                 .exitCode,
+             0);
+    QProcess window;
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir.filePath(QStringLiteral("config")));
+    window.setProcessEnvironment(env);
+    const QString uri = socketUri(m_user + QStringLiteral(":pw-secreta"), m_database);
+    window.start(QStringLiteral(OQUIVRAN_HOST_EXECUTABLE), {QStringLiteral("--database"), uri});
+    QVERIFY(window.waitForStarted());
+    // The arguments are overwritten once read: until then the typed ones show.
+    QFile commandLine(QStringLiteral("/proc/%1/cmdline").arg(window.processId()));
+    QString shown;
+    QTRY_VERIFY_WITH_TIMEOUT(
+        (commandLine.open(QIODevice::ReadOnly),
+         shown = QString::fromLocal8Bit(commandLine.readAll()).replace(QChar(0), u' '),
+         commandLine.close(), shown.contains(u"***")),
+        30000);
+    QVERIFY2(!shown.contains(QStringLiteral("pw-secreta")), qPrintable(shown));
+    QVERIFY2(shown.contains(socketUri(m_user + QStringLiteral(":***"), m_database)),
+             qPrintable(shown));
+    window.kill();
+    window.waitForFinished();
+#endif
 }
 
 QTEST_GUILESS_MAIN(tst_HostDatabases)
