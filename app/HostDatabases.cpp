@@ -227,10 +227,15 @@ bool HostDatabases::remove(const QString& location, Which which)
 
 HostDatabases::~HostDatabases()
 {
+    // One that never opened (exists() asks through one) leaves the connections of another
+    // open one alone.
+    const bool opened = m_discharge.isValid() || m_host.isValid();
     m_dischargeData.reset();
     m_hostData.reset();
     m_discharge = QSqlDatabase();
     m_host = QSqlDatabase();
+    if (!opened)
+        return;
     QSqlDatabase::removeDatabase(dischargeConnection);
     QSqlDatabase::removeDatabase(hostConnection);
 }
