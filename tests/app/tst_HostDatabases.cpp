@@ -27,6 +27,7 @@ private Q_SLOTS:
     void passwordNeverShown();
     void roleWithoutCreateReadsTheStock();
     void passwordLeavesTheProcessList();
+    void applicationNameReachesTheServer();
 
 private:
     using Result = HostRun;
@@ -36,6 +37,11 @@ private:
     // Runs a statement as the server's administrator on the test's database; false when it
     // failed.
     bool administer(const QString& sql);
+    // The administrator's connection to the test's database, opened when it is not.
+    QSqlDatabase owner() const;
+    // Starts the window of the host, which runs until killed, on the sample in the database a
+    // URI names (init --force first).
+    void startWindow(QProcess& window, const QString& uri);
     // A URI of the throwaway server's socket: user[:password]@/database, then the settings.
     QString socketUri(const QString& userInfo, const QString& database,
                       const QString& settings = QString()) const;
@@ -95,17 +101,22 @@ tst_HostDatabases::Result tst_HostDatabases::hostInC(QStringList arguments)
     return host(arguments, env);
 }
 
-bool tst_HostDatabases::administer(const QString& sql)
+QSqlDatabase tst_HostDatabases::owner() const
 {
     QSqlDatabase owner = QSqlDatabase::database(QStringLiteral("owner"), false);
-    if (!owner.isOpen()) {
+    if (!owner.isValid()) {
         owner = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), QStringLiteral("owner"));
         PgTestDatabase::configure(owner, PgTestDatabase::connectionSettings());
         owner.setDatabaseName(m_database);
-        if (!owner.open())
-            return false;
     }
-    QSqlQuery query(owner);
+    if (!owner.isOpen())
+        owner.open();
+    return owner;
+}
+
+bool tst_HostDatabases::administer(const QString& sql)
+{
+    QSqlQuery query(owner());
     if (query.exec(sql))
         return true;
     qWarning() << query.lastError().text();
@@ -277,7 +288,7 @@ void tst_HostDatabases::querySettingsReachTheServer()
                         schema;
     const Result result = hostInC({QStringLiteral("init"), QStringLiteral("--database"), uri});
     QVERIFY2(result.exitCode == 0, qPrintable(result.err));
-    QSqlQuery query(QSqlDatabase::database(QStringLiteral("owner")));
+    QSqlQuery query(owner());
     QVERIFY(query.exec(QStringLiteral("select string_agg(table_name, ' ' order by table_name) "
                                       "from information_schema.tables where table_schema = '") +
                        schema + u'\'') &&
@@ -376,18 +387,11 @@ void tst_HostDatabases::passwordLeavesTheProcessList()
 #ifndef Q_OS_LINUX
     QSKIP("reads the process's command line from /proc");
 #else
-    QCOMPARE(host({QStringLiteral("init"), QStringLiteral("--force"), QStringLiteral("--database"),
-                   m_uri})
-                 .exitCode,
-             0);
     QProcess window;
-    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
-    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
-    env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir.filePath(QStringLiteral("config")));
-    window.setProcessEnvironment(env);
     const QString uri = socketUri(m_user + QStringLiteral(":pw-secreta"), m_database);
-    window.start(QStringLiteral(OQUIVRAN_HOST_EXECUTABLE), {QStringLiteral("--database"), uri});
-    QVERIFY(window.waitForStarted());
+    startWindow(window, uri);
+    if (QTest::currentTestFailed())
+        return;
     // The arguments are overwritten once read: until then the typed ones show.
     QFile commandLine(QStringLiteral("/proc/%1/cmdline").arg(window.processId()));
     QString shown;
@@ -402,6 +406,42 @@ void tst_HostDatabases::passwordLeavesTheProcessList()
     window.kill();
     window.waitForFinished();
 #endif
+}
+
+void tst_HostDatabases::startWindow(QProcess& window, const QString& uri)
+{
+    QCOMPARE(host({QStringLiteral("init"), QStringLiteral("--force"), QStringLiteral("--database"),
+                   m_uri})
+                 .exitCode,
+             0);
+    QProcessEnvironment env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+    env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir.filePath(QStringLiteral("config")));
+    window.setProcessEnvironment(env);
+    window.start(QStringLiteral(OQUIVRAN_HOST_EXECUTABLE), {QStringLiteral("--database"), uri});
+    QVERIFY(window.waitForStarted());
+}
+
+// The application_name of the URI is what the server lists for the window's two connections.
+void tst_HostDatabases::applicationNameReachesTheServer()
+{
+    const QString name = QStringLiteral("anfitrion_%1").arg(QCoreApplication::applicationPid());
+    QProcess window;
+    startWindow(window, m_uri + QStringLiteral("&application_name=") + name);
+    if (QTest::currentTestFailed())
+        return;
+    QSqlQuery query(owner());
+    const auto connections = [&query, &name] {
+        return query.exec(QStringLiteral("select count(*) from pg_stat_activity where "
+                                         "application_name = '") +
+                          name + u'\'') &&
+                       query.next()
+                   ? query.value(0).toInt()
+                   : -1;
+    };
+    QTRY_COMPARE_WITH_TIMEOUT(connections(), 2, 30000);
+    window.kill();
+    window.waitForFinished();
 }
 
 QTEST_GUILESS_MAIN(tst_HostDatabases)
