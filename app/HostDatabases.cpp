@@ -173,6 +173,7 @@ HostDatabases::Presence HostDatabases::connectServer(QSqlDatabase& database, con
                                                      const QString& location)
 {
     database = serverConnection(name, location);
+    m_unreachable = false;
     if (database.open())
         return Presence::Present;
     const QString text = serverText(database.lastError());
@@ -197,6 +198,7 @@ HostDatabases::Presence HostDatabases::connectServer(QSqlDatabase& database, con
         return Presence::ServerDatabaseMissing;
     }
     m_errorText = QStringLiteral("No se pudo conectar con %1: %2").arg(shown(location), text);
+    m_unreachable = true;
     return Presence::Unreachable;
 }
 

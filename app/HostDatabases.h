@@ -64,7 +64,7 @@ public:
     // True when the database at a location holds its tables (a file: exists).
     static bool exists(const QString& location, Which which);
     // Removes a database: the file and its journals, or the tables on the server. False, with
-    // errorText(), when it could not.
+    // errorText(), when it could not (isUnreachable() tells whether the server refused).
     bool remove(const QString& location, Which which);
 
     // The user's data folder where the default databases live.
@@ -94,6 +94,9 @@ public:
     // Whether the database open() found missing (Status::NotFound) is a server database that
     // does not exist, rather than a file or the tables of a database.
     bool isServerDatabaseMissing() const { return m_serverDatabaseMissing; }
+    // Whether the last connection to a server failed for another reason than a missing
+    // database (refused, unreachable, authentication).
+    bool isUnreachable() const { return m_unreachable; }
     QString errorText() const { return m_errorText; }
     // Whether open() created the database.
     bool createdDischarge() const { return m_createdDischarge; }
@@ -123,6 +126,7 @@ private:
     bool m_createdDischarge = false;
     bool m_createdHost = false;
     bool m_serverDatabaseMissing = false;
+    bool m_unreachable = false;
     std::unique_ptr<oquivran::DataObject> m_dischargeData;
     std::unique_ptr<oquivran::DataObject> m_hostData;
 };

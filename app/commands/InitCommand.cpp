@@ -32,9 +32,7 @@ int InitCommand::run()
     if (force && (!databases.remove(dischargePath, HostDatabases::Which::Discharge) ||
                   !databases.remove(hostPath, HostDatabases::Which::Host))) {
         err() << databases.errorText() << '\n';
-        return HostDatabases::isServer(dischargePath) || HostDatabases::isServer(hostPath)
-                   ? ConnectionFailed
-                   : DatabaseMissing;
+        return databases.isUnreachable() ? ConnectionFailed : DatabaseMissing;
     }
     // Only what is missing is created: an existing database keeps its data.
     const HostDatabases::Status status =

@@ -269,8 +269,12 @@ void tst_HostDatabases::connectionFailuresSayWhy()
     QFETCH(QString, uri);
     QFETCH(int, exitCode);
     QFETCH(QString, error);
-    for (const QString& command : {QStringLiteral("check-stock"), QStringLiteral("init")}) {
-        const Result result = hostInC({command, QStringLiteral("--database"), uri});
+    QList<QStringList> commands = {{QStringLiteral("check-stock")}, {QStringLiteral("init")}};
+    // init --force first removes the tables: a server that refuses says so there.
+    if (exitCode == 9)
+        commands.append({QStringLiteral("init"), QStringLiteral("--force")});
+    for (const QStringList& command : commands) {
+        const Result result = hostInC(command + QStringList{QStringLiteral("--database"), uri});
         QCOMPARE(result.err, error);
         QCOMPARE(result.out, QString());
         QCOMPARE(result.exitCode, exitCode);
