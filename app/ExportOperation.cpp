@@ -42,6 +42,28 @@ bool ExportOperation::load(const QString& interno)
     return !m_subItems.isEmpty();
 }
 
+QString OfficialData::text() const
+{
+    return QStringLiteral("%1 del %2").arg(number, date.toString(Qt::ISODate));
+}
+
+OfficialData ExportOperation::officialData() const
+{
+    // Lines discharged after the recording have none: any line that has one tells.
+    QSqlQuery query(m_discharge);
+    query.prepare(QStringLiteral("select EXTNOF, EXTFOF from DIP where EXTINT = ? and "
+                                 "EXTNOF is not null and EXTNOF <> '' limit 1"));
+    query.addBindValue(m_interno);
+    if (!query.exec() || !query.next())
+        return {};
+    // SQLite keeps the date as ISO text, PostgreSQL as a date.
+    const QVariant date = query.value(1);
+    return {query.value(0).toString().trimmed(),
+            date.typeId() == QMetaType::QString
+                ? QDate::fromString(date.toString().left(10), Qt::ISODate)
+                : date.toDate()};
+}
+
 const SubItem* ExportOperation::subItem(int idsub) const
 {
     for (const SubItem& s : m_subItems) {

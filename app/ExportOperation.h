@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDate>
 #include <QList>
 #include <QSqlDatabase>
 #include <QString>
@@ -37,6 +38,18 @@ struct DischargeLine
     int exportItem = 0;
 };
 
+// The export declaration's data the print of the declaration recorded on an operation's
+// discharge lines (DIP.EXTNOF, EXTFOF).
+struct OfficialData
+{
+    QString number;
+    QDate date;
+    // True when nothing is recorded.
+    bool isEmpty() const { return number.isEmpty() && !date.isValid(); }
+    // "number del date" as the host shows it, the date in ISO.
+    QString text() const;
+};
+
 // The host's view of one export operation: its items, sub-items and groups in the host
 // database, its discharge lines in the discharge database, and the host's jobs that drive the
 // component over them.
@@ -64,6 +77,9 @@ public:
     QList<DischargeLine> dischargeLines(int idsub = 0) const;
     // True when the sub-item has discharge lines.
     bool hasLines(int idsub) const;
+    // The official number and date recorded on the operation's discharge lines; empty when
+    // none is.
+    OfficialData officialData() const;
 
     // Sets the component's properties for a sub-item: INTERNO, SUBITEM, CATNRO, PRDNRO, PRDCAN.
     void setOn(oquivran::clQUIVRAN& component, const SubItem& subItem) const;

@@ -88,13 +88,16 @@ QList<QCommandLineOption> commonOptions()
          "postgresql://usuario@servidor/base.",
          "base"},
         {"host-db",
-         "Base del anfitrión (item, groupsubitems, facturas): un archivo o "
+         "Base del anfitrión (item, groupsubitems, facturas, grupos): un archivo o "
          "postgresql://usuario@servidor/base.",
          "base"},
         {"database",
          "Las dos bases en un servidor PostgreSQL: postgresql://usuario@servidor"
-         "[:puerto]/base (?host=/carpeta para un socket); por omisión "
-         "$OQUIVRAN_DATABASE.",
+         "[:puerto]/base (?host=/carpeta para un socket; ?sslmode=, ?application_name=, "
+         "?connect_timeout=, ?options= y los demás parámetros de libpq pasan tal cual); por "
+         "omisión $OQUIVRAN_DATABASE. No ponga la contraseña en la URI (la lista de procesos "
+         "la muestra): libpq la lee de ~/.pgpass, del archivo que nombra PGPASSFILE o del "
+         "servicio de PGSERVICE; donde se muestra una URI, su contraseña sale como ***.",
          "uri"},
         {"operation",
          "Operación de exportación (INTERNO); por omisión " + SampleData::operation() + ".",

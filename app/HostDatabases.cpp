@@ -12,21 +12,19 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
+#include <QRegularExpression>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QStandardPaths>
 #include <QUrl>
 #include <QUrlQuery>
 
+#include <tuple>
+
 namespace {
 
 const QString dischargeConnection = QStringLiteral("host-discharge");
 const QString hostConnection = QStringLiteral("host-host");
-
-// The host's own table of sub-item groups: the members printed with their root sub-item.
-const QString groupsTable = QStringLiteral(
-    "CREATE TABLE IF NOT EXISTS grupos (interno TEXT NOT NULL, idroot INTEGER NOT NULL, "
-    "idsub INTEGER NOT NULL, PRIMARY KEY (interno, idsub))");
 
 // The tables of each database, for removing them from a server.
 const QStringList dischargeTables = {QStringLiteral("DIP"), QStringLiteral("INS"),
@@ -35,24 +33,54 @@ const QStringList dischargeTables = {QStringLiteral("DIP"), QStringLiteral("INS"
 const QStringList hostTables = {QStringLiteral("item"), QStringLiteral("groupsubitems"),
                                 QStringLiteral("facturas"), QStringLiteral("grupos")};
 
-// A QPSQL connection to the database a URI names.
-QSqlDatabase serverConnection(const QString& name, const QString& location)
+// A value of a libpq connection setting, quoted so that blanks and quotes stay in it.
+QString settingValue(QString value)
+{
+    value.replace(u'\\', QStringLiteral("\\\\")).replace(u'\'', QStringLiteral("\\'"));
+    return u'\'' + value + u'\'';
+}
+
+// A QPSQL connection to the database a URI names. The URI's query settings other than host and
+// port reach libpq as they are (sslmode, application_name, connect_timeout, options, ...);
+// the driver passes its connect options on as connection settings.
+QSqlDatabase serverConnection(const QString& name, const QString& location,
+                              const QString& databaseName = QString())
 {
     const QUrl url(location);
     QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), name);
-    const QString socketFolder =
-        QUrlQuery(url).queryItemValue(QStringLiteral("host"), QUrl::FullyDecoded);
+    const QUrlQuery query(url);
+    const QString socketFolder = query.queryItemValue(QStringLiteral("host"), QUrl::FullyDecoded);
     database.setHostName(socketFolder.isEmpty() ? url.host() : socketFolder);
     const int port =
-        url.port() > 0 ? url.port() : QUrlQuery(url).queryItemValue(QStringLiteral("port")).toInt();
+        url.port() > 0 ? url.port() : query.queryItemValue(QStringLiteral("port")).toInt();
     if (port > 0)
         database.setPort(port);
-    database.setUserName(url.userName());
-    database.setPassword(url.password());
-    database.setDatabaseName(url.path().mid(1));
-    // The server's notices ("already exists, skipping") are not for the operator.
-    database.setConnectOptions(QStringLiteral("options='-c client_min_messages=warning'"));
+    database.setUserName(url.userName(QUrl::FullyDecoded));
+    database.setPassword(url.password(QUrl::FullyDecoded));
+    database.setDatabaseName(databaseName.isEmpty() ? url.path(QUrl::FullyDecoded).mid(1)
+                                                    : databaseName);
+    // The server's notices ("already exists, skipping") are not for the operator; options
+    // the URI gives follow, so that theirs win.
+    QString options = QStringLiteral("-c client_min_messages=warning");
+    QStringList settings;
+    for (const auto& [key, value] : query.queryItems(QUrl::FullyDecoded)) {
+        if (key == u"host" || key == u"port")
+            continue;
+        if (key == u"options")
+            options += u' ' + value;
+        else
+            settings << key + u'=' + settingValue(value);
+    }
+    settings.prepend(QStringLiteral("options=") + settingValue(options));
+    database.setConnectOptions(settings.join(u' '));
     return database;
+}
+
+// What the server said when a connection failed: its own text, without the driver's.
+QString serverText(const QSqlError& error)
+{
+    const QString text = error.databaseText().trimmed();
+    return text.isEmpty() ? error.text().trimmed() : text;
 }
 
 } // namespace
@@ -82,24 +110,96 @@ bool HostDatabases::isServer(const QString& location)
            location.startsWith(QStringLiteral("postgres://"));
 }
 
+QString HostDatabases::locationError(const QString& location)
+{
+    // A scheme of one letter is a Windows drive (C:\datos\x.sqlite): a file.
+    static const QRegularExpression scheme(QStringLiteral("^[A-Za-z][A-Za-z0-9+.-]+:"));
+    const bool valid =
+        isServer(location) ? QUrl(location).isValid() : !scheme.match(location).hasMatch();
+    if (valid)
+        return QString();
+    return QStringLiteral("No es una URI de PostgreSQL: %1 (use postgresql://usuario@servidor/"
+                          "base, o la ruta de un archivo)")
+        .arg(shown(location));
+}
+
+QString HostDatabases::shown(const QString& location)
+{
+    const qsizetype start = location.indexOf(QStringLiteral("://"));
+    if (start < 0)
+        return location;
+    // The user information ends at the last @ before the query: a password typed unencoded
+    // may hold @ or /.
+    QString text = location;
+    const qsizetype queryStart = text.indexOf(u'?', start);
+    const qsizetype at = text.lastIndexOf(u'@', queryStart < 0 ? -1 : queryStart - 1);
+    const qsizetype colon = text.indexOf(u':', start + 3);
+    if (at > start && colon >= 0 && colon < at)
+        text.replace(colon + 1, at - colon - 1, QStringLiteral("***"));
+    // A password given as a connection setting.
+    static const QRegularExpression setting(QStringLiteral("([?&]password=)[^&#]*"));
+    return text.replace(setting, QStringLiteral("\\1***"));
+}
+
 bool HostDatabases::exists(const QString& location, Which which)
 {
+    return HostDatabases().presence(location, which) == Presence::Present;
+}
+
+HostDatabases::Presence HostDatabases::presence(const QString& location, Which which)
+{
     if (!isServer(location))
-        return QFileInfo::exists(location);
+        return QFileInfo::exists(location) ? Presence::Present : Presence::Absent;
     const QString name = QStringLiteral("host-exists");
-    bool found = false;
+    Presence found = Presence::Absent;
     {
-        QSqlDatabase database = serverConnection(name, location);
-        if (database.open()) {
+        QSqlDatabase database;
+        found = connectServer(database, name, location);
+        if (found == Presence::Present) {
             QSqlQuery query(database);
             found = query.exec(which == Which::Discharge
                                    ? QStringLiteral("select to_regclass('dip') is not null")
                                    : QStringLiteral("select to_regclass('item') is not null")) &&
-                    query.next() && query.value(0).toBool();
+                            query.next() && query.value(0).toBool()
+                        ? Presence::Present
+                        : Presence::Absent;
         }
     }
     QSqlDatabase::removeDatabase(name);
     return found;
+}
+
+HostDatabases::Presence HostDatabases::connectServer(QSqlDatabase& database, const QString& name,
+                                                     const QString& location)
+{
+    database = serverConnection(name, location);
+    m_unreachable = false;
+    if (database.open())
+        return Presence::Present;
+    const QString text = serverText(database.lastError());
+    // libpq gives no SQLSTATE for a connection it could not make: whether the database exists
+    // (what the server's 3D000 says) is asked of the server's catalogue through its
+    // maintenance database, never read from the text, which is in the server's language.
+    const QString probeName = name + QStringLiteral("-probe");
+    bool missing = false;
+    {
+        QSqlDatabase probe = serverConnection(probeName, location, QStringLiteral("postgres"));
+        if (probe.open()) {
+            QSqlQuery query(probe);
+            query.prepare(QStringLiteral("select 1 from pg_database where datname = ?"));
+            query.addBindValue(database.databaseName());
+            missing = query.exec() && !query.next();
+        }
+    }
+    QSqlDatabase::removeDatabase(probeName);
+    if (missing) {
+        m_errorText = QStringLiteral("No existe la base de datos %1 en el servidor de %2: %3")
+                          .arg(database.databaseName(), shown(location), text);
+        return Presence::ServerDatabaseMissing;
+    }
+    m_errorText = QStringLiteral("No se pudo conectar con %1: %2").arg(shown(location), text);
+    m_unreachable = true;
+    return Presence::Unreachable;
 }
 
 bool HostDatabases::remove(const QString& location, Which which)
@@ -112,17 +212,13 @@ bool HostDatabases::remove(const QString& location, Which which)
     const QString name = QStringLiteral("host-remove");
     bool removed = true;
     {
-        QSqlDatabase database = serverConnection(name, location);
-        if (!database.open()) {
-            m_errorText = QStringLiteral("No se pudo abrir %1: %2")
-                              .arg(location, database.lastError().text());
-            removed = false;
-        }
+        QSqlDatabase database;
+        removed = connectServer(database, name, location) == Presence::Present;
         for (const QString& table : which == Which::Discharge ? dischargeTables : hostTables) {
             QSqlQuery query(database);
             if (removed && !query.exec(u"drop table if exists " + table + u" cascade")) {
                 m_errorText = QStringLiteral("No se pudo borrar %1 de %2: %3")
-                                  .arg(table, location, query.lastError().text());
+                                  .arg(table, shown(location), query.lastError().text());
                 removed = false;
             }
         }
@@ -133,10 +229,15 @@ bool HostDatabases::remove(const QString& location, Which which)
 
 HostDatabases::~HostDatabases()
 {
+    // One that never opened (exists() asks through one) leaves the connections of another
+    // open one alone.
+    const bool opened = m_discharge.isValid() || m_host.isValid();
     m_dischargeData.reset();
     m_hostData.reset();
     m_discharge = QSqlDatabase();
     m_host = QSqlDatabase();
+    if (!opened)
+        return;
     QSqlDatabase::removeDatabase(dischargeConnection);
     QSqlDatabase::removeDatabase(hostConnection);
 }
@@ -171,36 +272,55 @@ HostDatabases::Status HostDatabases::open(const QString& dischargePath, const QS
 {
     m_dischargePath = dischargePath;
     m_hostPath = hostPath;
-    const bool dischargeExists = exists(dischargePath, Which::Discharge);
-    const bool hostExists = exists(hostPath, Which::Host);
+    m_serverDatabaseMissing = false;
+    for (const QString& path : {dischargePath, hostPath}) {
+        if (const QString error = locationError(path); !error.isEmpty()) {
+            m_errorText = error;
+            return Status::Invalid;
+        }
+    }
+    const Presence dischargePresence = presence(dischargePath, Which::Discharge);
+    if (dischargePresence == Presence::Unreachable)
+        return Status::Unreachable;
+    const Presence hostPresence = dischargePresence == Presence::ServerDatabaseMissing
+                                      ? Presence::Absent
+                                      : presence(hostPath, Which::Host);
+    if (hostPresence == Presence::Unreachable)
+        return Status::Unreachable;
+    for (const Presence found : {dischargePresence, hostPresence}) {
+        if (found == Presence::ServerDatabaseMissing) {
+            m_serverDatabaseMissing = true;
+            return Status::NotFound;
+        }
+    }
+    const bool dischargeExists = dischargePresence == Presence::Present;
+    const bool hostExists = hostPresence == Presence::Present;
     m_createdDischarge = !dischargeExists && (missing == Missing::CreateMissing ||
                                               (missing == Missing::CreateSample && !hostExists));
     m_createdHost = !hostExists && (missing == Missing::CreateMissing ||
                                     (missing == Missing::CreateSample && !dischargeExists));
     if ((!dischargeExists && !m_createdDischarge) || (!hostExists && !m_createdHost)) {
         m_errorText = QStringLiteral("No existe la base de datos %1")
-                          .arg(dischargeExists ? hostPath : dischargePath);
+                          .arg(shown(dischargeExists ? hostPath : dischargePath));
         m_createdDischarge = m_createdHost = false;
         return Status::NotFound;
     }
     for (const auto& [path, created] :
          {std::pair(dischargePath, m_createdDischarge), std::pair(hostPath, m_createdHost)}) {
         if (created && !isServer(path) && !QDir().mkpath(QFileInfo(path).absolutePath())) {
-            m_errorText = QStringLiteral("No se pudo crear la carpeta de %1").arg(path);
+            m_errorText = QStringLiteral("No se pudo crear la carpeta de %1").arg(shown(path));
             return Status::Failed;
         }
     }
-    if (!openConnection(m_discharge, dischargeConnection, dischargePath) ||
-        !openConnection(m_host, hostConnection, hostPath))
-        return Status::Failed;
+    for (const auto& [database, name, path] :
+         {std::tuple(&m_discharge, dischargeConnection, dischargePath),
+          std::tuple(&m_host, hostConnection, hostPath)}) {
+        if (!openConnection(*database, name, path))
+            return isServer(path) ? Status::Unreachable : Status::Failed;
+    }
     if ((m_createdDischarge && !createTables(m_discharge, oquivran::SchemaDatabase::Discharge)) ||
         (m_createdHost && !createTables(m_host, oquivran::SchemaDatabase::Host)))
         return Status::Failed;
-    // The host's own table; older sample files may lack it.
-    if (QSqlQuery groups(m_host); !groups.exec(groupsTable)) {
-        setTablesError(m_host, groups.lastError().text());
-        return Status::Failed;
-    }
     const auto dataObject =
         [](const QSqlDatabase& database) -> std::unique_ptr<oquivran::DataObject> {
         if (database.driverName() == u"QPSQL")
@@ -240,12 +360,10 @@ void HostDatabases::bind(oquivran::clQUIVRAN& component)
 bool HostDatabases::openConnection(QSqlDatabase& database, const QString& name,
                                    const QString& location)
 {
-    if (isServer(location)) {
-        database = serverConnection(name, location);
-    } else {
-        database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
-        database.setDatabaseName(location);
-    }
+    if (isServer(location))
+        return connectServer(database, name, location) == Presence::Present;
+    database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
+    database.setDatabaseName(location);
     if (!database.open()) {
         m_errorText =
             QStringLiteral("No se pudo abrir %1: %2").arg(location, database.lastError().text());

@@ -8,6 +8,7 @@
 #include <oquivran/oquivran.h>
 
 #include <QAction>
+#include <QApplication>
 #include <QComboBox>
 #include <QDialog>
 #include <QDialogButtonBox>
@@ -15,9 +16,12 @@
 #include <QHBoxLayout>
 #include <QHash>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
 #include <QMessageBox>
 #include <QPushButton>
+#include <QRadioButton>
 #include <QScreen>
 #include <QSplitter>
 #include <QSqlQuery>
@@ -398,20 +402,11 @@ void HostWindow::removeDischarge()
         return;
     const int idsub = s->idsub;
     // Taking a discharge out gives its stock back: asked first, No by default.
-    QMessageBox ask(QMessageBox::Question, windowTitle(),
-                    QStringLiteral("¿Elimina la descarga del subítem %1 (%2) y devuelve su stock?")
-                        .arg(idsub)
-                        .arg(s->product),
-                    QMessageBox::NoButton, this);
-    ask.setObjectName(QStringLiteral("msgEliminarDescarga"));
-    QPushButton* yes = ask.addButton(QStringLiteral("Sí"), QMessageBox::YesRole);
-    QPushButton* no = ask.addButton(QStringLiteral("No"), QMessageBox::NoRole);
-    yes->setObjectName(QStringLiteral("cmdSi"));
-    no->setObjectName(QStringLiteral("cmdNo"));
-    ask.setDefaultButton(no);
-    ask.setEscapeButton(no);
-    ask.exec();
-    if (ask.clickedButton() != yes) {
+    if (!askYesNo(QStringLiteral("msgEliminarDescarga"),
+                  QStringLiteral("¿Elimina la descarga del subítem %1 (%2) y devuelve su stock?")
+                      .arg(idsub)
+                      .arg(s->product),
+                  this)) {
         showResult(QStringLiteral("Subítem %1: descarga conservada").arg(idsub));
         return;
     }
@@ -482,8 +477,63 @@ void HostWindow::showInputs()
 void HostWindow::print()
 {
     m_component->INTERNO(m_operation->interno());
+    // F11 on the print options screen is seen here first (see eventFilter()) while it is up.
+    qApp->installEventFilter(this);
     m_component->GenerarIMP();
+    qApp->removeEventFilter(this);
     refresh();
+}
+
+bool HostWindow::eventFilter(QObject* watched, QEvent* event)
+{
+    if (!watched->isWidgetType())
+        return false;
+    QWidget* screen = static_cast<QWidget*>(watched)->window();
+    if (screen->objectName() != u"frmImpresion")
+        return false;
+    if (event->type() == QEvent::Show && watched == screen) {
+        // The screen filters the application's keys from its construction on; installed
+        // again, this filter comes before it.
+        qApp->installEventFilter(this);
+        return false;
+    }
+    if (event->type() != QEvent::KeyPress || static_cast<QKeyEvent*>(event)->key() != Qt::Key_F11)
+        return false;
+    return !confirmReplacement(*screen);
+}
+
+bool HostWindow::askYesNo(const QString& name, const QString& question, QWidget* parent) const
+{
+    QMessageBox ask(QMessageBox::Question, windowTitle(), question, QMessageBox::NoButton, parent);
+    ask.setObjectName(name);
+    QPushButton* yes = ask.addButton(QStringLiteral("Sí"), QMessageBox::YesRole);
+    QPushButton* no = ask.addButton(QStringLiteral("No"), QMessageBox::NoRole);
+    yes->setObjectName(QStringLiteral("cmdSi"));
+    no->setObjectName(QStringLiteral("cmdNo"));
+    ask.setDefaultButton(no);
+    ask.setEscapeButton(no);
+    ask.exec();
+    return ask.clickedButton() == yes;
+}
+
+bool HostWindow::confirmReplacement(QWidget& screen)
+{
+    const auto* declaration = screen.findChild<QRadioButton*>(QStringLiteral("opDESINS"));
+    const auto* number = screen.findChild<QLineEdit*>(QStringLiteral("txtAAT"));
+    const auto* date = screen.findChild<QLineEdit*>(QStringLiteral("txtOficializacion"));
+    // Only the declaration records; a date the screen cannot read it refuses itself.
+    if (!declaration || !declaration->isChecked() || !number || !date)
+        return true;
+    const OfficialData recorded = m_operation->officialData();
+    const OfficialData printed{number->text().trimmed(), HostText::readDate(date->text())};
+    if (recorded.isEmpty() || !printed.date.isValid() ||
+        (printed.number == recorded.number && printed.date == recorded.date))
+        return true;
+    return askYesNo(QStringLiteral("msgReemplazarOficializacion"),
+                    QStringLiteral("La operación %1 ya tiene registrados el número oficial y la "
+                                   "fecha %2.\n¿Los reemplaza por %3?")
+                        .arg(m_operation->interno(), recorded.text(), printed.text()),
+                    &screen);
 }
 
 void HostWindow::chooseFormsFolder()

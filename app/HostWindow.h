@@ -56,12 +56,24 @@ public Q_SLOTS:
     void numberItems();
     // Shows the discharged inputs of the selected sub-item's item.
     void showInputs();
-    // Opens the component's print options.
+    // Opens the component's print options; printing the declaration with another official
+    // number or date than the operation has recorded asks first (No keeps the screen open).
     void print();
     // Chooses the folder of the form images.
     void chooseFormsFolder();
 
+protected:
+    // While the print options are up: F11 on them prints only once a replacement of the
+    // recorded official number and date is confirmed.
+    bool eventFilter(QObject* watched, QEvent* event) override;
+
 private:
+    // Asks before the print options' declaration replaces the official number and date
+    // recorded on the operation; true when it may print (nothing replaced, or Yes).
+    bool confirmReplacement(QWidget& screen);
+    // Asks a question in a message box named name over parent, with Sí and No (cmdSi, cmdNo;
+    // No the default and ESC); true when Sí was chosen.
+    bool askYesNo(const QString& name, const QString& question, QWidget* parent) const;
     void buildControls();
     void buildActions();
     void loadOperation(const QString& interno);

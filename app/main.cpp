@@ -10,6 +10,9 @@
 #include <QCommandLineParser>
 #include <QTextStream>
 
+#include <algorithm>
+#include <cstring>
+
 namespace {
 
 bool hasDisplay()
@@ -23,18 +26,35 @@ bool hasDisplay()
            !qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM");
 }
 
-int runWindow(QApplication& app)
+// A password typed in a URI stays in the process list while the program runs: once the
+// arguments are read, it is overwritten where the system shows them from (on Linux).
+void hidePasswords(int argc, char* argv[])
+{
+    for (int i = 1; i < argc; ++i) {
+        const QByteArray typed(argv[i]);
+        const QByteArray shown = HostDatabases::shown(QString::fromLocal8Bit(typed)).toLocal8Bit();
+        if (shown == typed)
+            continue;
+        std::memset(argv[i], 0, size_t(typed.size()));
+        std::memcpy(argv[i], shown.constData(), size_t(std::min(typed.size(), shown.size())));
+    }
+}
+
+int runWindow(QApplication& app, const QStringList& arguments)
 {
     QCommandLineParser parser;
     parser.addOptions({
         {{"h", "help"}, "Muestra la ayuda."},
         {"discharge-db", "Base de descargas: un archivo o postgresql://...", "base"},
         {"host-db", "Base del anfitrión: un archivo o postgresql://...", "base"},
-        {"database", "Las dos bases en un servidor PostgreSQL (postgresql://...).", "uri"},
+        {"database",
+         "Las dos bases en un servidor PostgreSQL (postgresql://...; la contraseña, en "
+         "~/.pgpass o PGPASSFILE).",
+         "uri"},
         {"operation", "Operación que se muestra primero.", "interno"},
     });
     QTextStream err(stderr);
-    if (!parser.parse(app.arguments())) {
+    if (!parser.parse(arguments)) {
         err << parser.errorText() << "\n\n" << HostCommands::overview();
         return HostCommand::UsageError;
     }
@@ -49,10 +69,8 @@ int runWindow(QApplication& app)
     }
     HostDatabases databases;
     const HostDatabases::Status status = databases.open(parser);
-    if (status == HostDatabases::Status::NotFound || status == HostDatabases::Status::Failed) {
-        err << databases.errorText() << '\n';
-        return HostCommand::DatabaseMissing;
-    }
+    if (status != HostDatabases::Status::Opened && status != HostDatabases::Status::Created)
+        return HostCommand::openFailure(databases, status);
     HostWindow window(databases, parser.isSet("operation") ? parser.value("operation")
                                                            : QStringLiteral("OP-2025-0042"));
     window.show();
@@ -94,7 +112,9 @@ int main(int argc, char* argv[])
         return HostCommand::UsageError;
     }
     QApplication app(argc, argv);
+    const QStringList arguments = app.arguments();
+    hidePasswords(argc, argv);
     if (headless)
-        return HostCommands().run(app.arguments());
-    return runWindow(app);
+        return HostCommands().run(arguments);
+    return runWindow(app, arguments);
 }

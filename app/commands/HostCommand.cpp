@@ -102,22 +102,42 @@ int HostCommand::openDatabases()
 {
     m_databases = std::make_unique<HostDatabases>();
     const HostDatabases::Status status = m_databases->open(m_parser);
-    const QString dischargePath = m_databases->dischargePath();
-    const QString hostPath = m_databases->hostPath();
-    if (status == HostDatabases::Status::NotFound || status == HostDatabases::Status::Failed) {
-        err() << m_databases->errorText() << '\n';
-        if (status == HostDatabases::Status::NotFound)
-            err() << "Créela con: oquivran-host init --discharge-db " << dischargePath
-                  << " --host-db " << hostPath << '\n';
-        return DatabaseMissing;
-    }
+    if (status != HostDatabases::Status::Opened && status != HostDatabases::Status::Created)
+        return openFailure(*m_databases, status);
     if (status == HostDatabases::Status::Created)
-        err() << "Bases de muestra creadas: " << dischargePath << ", " << hostPath << '\n';
+        err() << "Bases de muestra creadas: " << m_databases->dischargePath() << ", "
+              << m_databases->hostPath() << '\n';
     m_component = std::make_unique<oquivran::clQUIVRAN>();
     m_databases->bind(*m_component);
     m_component->Dir_Formularios(HostDatabases::defaultFormsFolder());
     m_operation = std::make_unique<ExportOperation>(m_databases->discharge(), m_databases->host());
     return Success;
+}
+
+int HostCommand::openFailure(const HostDatabases& databases, HostDatabases::Status status)
+{
+    err() << databases.errorText() << '\n';
+    switch (status) {
+    case HostDatabases::Status::Invalid:
+        return UsageError;
+    case HostDatabases::Status::Unreachable:
+        return ConnectionFailed;
+    case HostDatabases::Status::NotFound:
+        // init makes tables and files, not the server's databases.
+        if (databases.isServerDatabaseMissing())
+            err() << "Créela en el servidor (CREATE DATABASE) y luego sus tablas con: "
+                     "oquivran-host init --discharge-db "
+                  << databases.dischargePath() << " --host-db " << databases.hostPath() << '\n';
+        else
+            err() << "Créela con: oquivran-host init --discharge-db " << databases.dischargePath()
+                  << " --host-db " << databases.hostPath() << '\n';
+        return DatabaseMissing;
+    case HostDatabases::Status::Opened:
+    case HostDatabases::Status::Created:
+    case HostDatabases::Status::Failed:
+        break;
+    }
+    return DatabaseMissing;
 }
 
 int HostCommand::openOperation()

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "HostDatabases.h"
 #include "TextTable.h"
 
 #include <QCommandLineOption>
@@ -17,7 +18,6 @@
 
 class ConsoleMessages;
 class ExportOperation;
-class HostDatabases;
 class QTextStream;
 
 namespace oquivran {
@@ -49,7 +49,15 @@ class clQUIVRAN;
     code(DatabaseUnavailable, 8,                                                                 \
          "una descarga o eliminación no se escribió porque la base de datos\n"                   \
          "no respondió o siguió ocupada por otros operadores más allá de la\n"                   \
-         "espera (nada quedó escrito: puede intentarse de nuevo)")
+         "espera (nada quedó escrito: puede intentarse de nuevo)")                               \
+    /* the server refused the connection or could not be reached (its own text says why) */     \
+    code(ConnectionFailed, 9,                                                                    \
+         "no se pudo conectar con el servidor de la base de datos (el\n"                          \
+         "mensaje dice por qué: servidor, puerto, usuario o contraseña)")                         \
+    /* print found another official number and date recorded and --replace was not given */     \
+    code(RecordedExportData, 10,                                                                 \
+         "print no reemplazó el número y la fecha oficiales ya registrados\n"                    \
+         "de la operación (use --replace)")
 // clang-format on
 
 // What every headless subcommand of the host shares: its parsed options, the databases, the
@@ -69,6 +77,11 @@ public:
     // Standard output and standard error, one stream each for the whole program.
     static QTextStream& out();
     static QTextStream& err();
+    // Prints why databases could not be opened (status is what open() returned) and returns
+    // the exit code to end with: UsageError for a location that is no database,
+    // ConnectionFailed when the server refused or could not be reached, else
+    // DatabaseMissing (with how to create what is missing when status is NotFound).
+    static int openFailure(const HostDatabases& databases, HostDatabases::Status status);
 
     // Options several subcommands take.
     static QCommandLineOption subItemOption();

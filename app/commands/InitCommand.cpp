@@ -14,28 +14,40 @@ int InitCommand::run()
     const QString dischargePath =
         HostDatabases::location(m_parser, HostDatabases::Which::Discharge);
     const QString hostPath = HostDatabases::location(m_parser, HostDatabases::Which::Host);
+    for (const QString& path : {dischargePath, hostPath}) {
+        if (const QString error = HostDatabases::locationError(path); !error.isEmpty()) {
+            err() << error << '\n';
+            return UsageError;
+        }
+    }
     const bool force = m_parser.isSet("force");
     if (!force && HostDatabases::exists(dischargePath, HostDatabases::Which::Discharge) &&
         HostDatabases::exists(hostPath, HostDatabases::Which::Host)) {
-        err() << "Las bases ya existen (use --force para reemplazarlas): " << dischargePath << ", "
-              << hostPath << '\n';
+        err() << "Las bases ya existen (use --force para reemplazarlas): "
+              << HostDatabases::shown(dischargePath) << ", " << HostDatabases::shown(hostPath)
+              << '\n';
         return UsageError;
     }
     HostDatabases databases;
     if (force && (!databases.remove(dischargePath, HostDatabases::Which::Discharge) ||
                   !databases.remove(hostPath, HostDatabases::Which::Host))) {
         err() << databases.errorText() << '\n';
-        return DatabaseMissing;
+        return databases.isUnreachable() ? ConnectionFailed : DatabaseMissing;
     }
     // Only what is missing is created: an existing database keeps its data.
-    if (databases.open(dischargePath, hostPath, HostDatabases::Missing::CreateMissing) !=
-        HostDatabases::Status::Created) {
-        err() << databases.errorText() << '\n';
-        return DatabaseMissing;
+    const HostDatabases::Status status =
+        databases.open(dischargePath, hostPath, HostDatabases::Missing::CreateMissing);
+    if (status != HostDatabases::Status::Created) {
+        if (status == HostDatabases::Status::Opened || status == HostDatabases::Status::Failed) {
+            err() << databases.errorText() << '\n';
+            return DatabaseMissing;
+        }
+        return openFailure(databases, status);
     }
     out() << "Bases de muestra creadas:\n";
     for (const auto& [path, created] : {std::pair(dischargePath, databases.createdDischarge()),
                                         std::pair(hostPath, databases.createdHost())})
-        out() << "  " << path << (created ? "" : " (ya existía, se conserva)") << '\n';
+        out() << "  " << HostDatabases::shown(path) << (created ? "" : " (ya existía, se conserva)")
+              << '\n';
     return Success;
 }

@@ -1,7 +1,9 @@
 #include "PrintCommand.h"
 
 #include "ConsoleMessages.h"
+#include "ExportOperation.h"
 #include "FontFit.h"
+#include "HostText.h"
 
 #include <oquivran/oquivran.h>
 
@@ -65,6 +67,8 @@ QList<QCommandLineOption> PrintCommand::options()
         {"forms", "Carpeta de los formularios adjN.kbx.", "carpeta"},
         {"lines", QStringLiteral("Líneas por hoja, %1 a %2.").arg(minimumLines).arg(maximumLines),
          "n"},
+        {"replace", "Reemplaza el número y la fecha oficiales que la declaración ya registró "
+                    "en la operación (sin esta opción, otros en --aat o --date se rechazan)."},
     };
 }
 
@@ -120,6 +124,15 @@ int PrintCommand::print()
     }
     request.officialNumber = m_parser.value("aat");
     request.officialDate = dateText(m_parser.value("date"));
+    const std::optional<OfficialData> replaced =
+        request.report == oquivran::PrintReport::Declaration ? replacedData()
+                                                             : std::optional<OfficialData>();
+    if (replaced && !m_parser.isSet("replace")) {
+        err() << "La operación " << m_operation->interno()
+              << " ya tiene registrados el número oficial y la fecha " << replaced->text()
+              << "; para reemplazarlos por " << newData(*replaced).text() << " use --replace.\n";
+        return RecordedExportData;
+    }
     request.invoices = m_parser.value("invoices");
     request.sheet = m_parser.value("sheet");
     request.linesPerPage = qint16(m_parser.value("lines").toInt());
@@ -145,8 +158,37 @@ int PrintCommand::print()
         err() << "No se pudo imprimir el reporte.\n";
         return Failed;
     }
+    if (replaced)
+        err() << "Reemplazados el número oficial y la fecha de la operación "
+              << m_operation->interno() << ": " << replaced->text() << " -> "
+              << newData(*replaced).text() << '\n';
     out() << absolute << '\n';
     return Success;
+}
+
+std::optional<OfficialData> PrintCommand::replacedData() const
+{
+    const OfficialData recorded = m_operation->officialData();
+    if (recorded.isEmpty())
+        return std::nullopt;
+    const OfficialData printed = newData(recorded);
+    // A date the component cannot read is refused by it, before anything is recorded.
+    if (m_parser.isSet("date") && !printed.date.isValid())
+        return std::nullopt;
+    if (printed.number == recorded.number && printed.date == recorded.date)
+        return std::nullopt;
+    return recorded;
+}
+
+OfficialData PrintCommand::newData(const OfficialData& recorded) const
+{
+    // What --aat and --date leave out stays as recorded.
+    OfficialData printed = recorded;
+    if (!m_parser.value("aat").isEmpty())
+        printed.number = m_parser.value("aat");
+    if (!m_parser.value("date").isEmpty())
+        printed.date = HostText::readDate(m_parser.value("date"));
+    return printed;
 }
 
 int PrintCommand::fittingFontSize(const oquivran::PrintRequest& request)

@@ -7,6 +7,9 @@
 #include <QAction>
 #include <QKeyEvent>
 #include <QLabel>
+#include <QLineEdit>
+#include <QMessageBox>
+#include <QPointer>
 #include <QRegularExpression>
 #include <QSqlQuery>
 #include <QStatusBar>
@@ -15,6 +18,8 @@
 #include <QTimer>
 #include <QTreeWidget>
 #include <QtTest>
+
+#include <functional>
 
 // The host's window on fresh sample databases: its lists, and the discharge, numbering and
 // removal actions through the component (the allocation screen accepted with F11).
@@ -32,6 +37,8 @@ private Q_SLOTS:
     void removeAsksFirst();
     void inputsDialogInSpanish();
     void stockDatesAreNumeric();
+    void printAsksBeforeReplacingTheOfficialData_data();
+    void printAsksBeforeReplacingTheOfficialData();
 };
 
 namespace {
@@ -75,15 +82,14 @@ void acceptNextScreen(bool& seen)
     poll->start();
 }
 
-// Clicks the button named button on the next modal window named window, within a deadline; the
-// window's table or label texts go to shown.
-void clickOnNextModal(const QString& window, const QString& button, QStringList& shown)
+// Runs act on the next modal window named window that comes up within a deadline.
+void onNextModal(const QString& window, const std::function<void(QWidget*)>& act)
 {
     auto* poll = new QTimer;
     poll->setInterval(50);
     auto* deadline = new QElapsedTimer;
     deadline->start();
-    QObject::connect(poll, &QTimer::timeout, [=, &shown] {
+    QObject::connect(poll, &QTimer::timeout, [=] {
         QWidget* modal = QApplication::activeModalWidget();
         const bool found = modal && modal->objectName() == window;
         if (!found && deadline->elapsed() < 30000)
@@ -91,12 +97,23 @@ void clickOnNextModal(const QString& window, const QString& button, QStringList&
         poll->stop();
         poll->deleteLater();
         delete deadline;
-        if (!found)
-            return;
+        if (found)
+            act(modal);
+    });
+    poll->start();
+}
+
+// Clicks the button named button on the next modal window named window, within a deadline; the
+// window's table or label texts go to shown.
+void clickOnNextModal(const QString& window, const QString& button, QStringList& shown)
+{
+    onNextModal(window, [button, &shown](QWidget* modal) {
         if (auto* table = modal->findChild<QTableWidget*>()) {
             for (int c = 0; c < table->columnCount(); ++c)
                 shown << table->horizontalHeaderItem(c)->text();
         }
+        if (auto* box = qobject_cast<QMessageBox*>(modal))
+            shown << box->text();
         for (auto* push : modal->findChildren<QAbstractButton*>())
             shown << QStringLiteral("button:") + push->text();
         auto* target = modal->findChild<QAbstractButton*>(button);
@@ -105,7 +122,6 @@ void clickOnNextModal(const QString& window, const QString& button, QStringList&
                 target->click();
         });
     });
-    poll->start();
 }
 
 // A window on fresh sample databases in dir.
@@ -319,6 +335,71 @@ void tst_HostWindow::stockDatesAreNumeric()
             oldest.next());
     QCOMPARE(stock->item(0, 6)->text(),
              oldest.value(0).toDate().toString(QStringLiteral("dd/MM/yyyy")));
+}
+
+namespace {
+
+// On the next print options screen: types the official number, presses F11, then ESC when
+// the screen is still up.
+void printOnNextScreen(const QString& number)
+{
+    onNextModal(QStringLiteral("frmImpresion"), [number](QWidget* modal) {
+        QTimer::singleShot(0, modal, [screen = QPointer<QWidget>(modal), number] {
+            screen->findChild<QLineEdit*>(QStringLiteral("txtAAT"))->setText(number);
+            QTest::keyClick(screen, Qt::Key_F11);
+            if (screen && screen->isVisible())
+                QTest::keyClick(screen, Qt::Key_Escape);
+        });
+    });
+}
+
+} // namespace
+
+void tst_HostWindow::printAsksBeforeReplacingTheOfficialData_data()
+{
+    QTest::addColumn<QString>("button");
+    QTest::addColumn<QString>("recorded");
+    QTest::newRow("No keeps them") << "cmdNo"
+                                   << "25/001/EC01/000123/K 2025-03-05";
+    QTest::newRow("Sí replaces them") << "cmdSi"
+                                      << "25/002/EC01/000999/K 2025-03-05";
+}
+
+// The declaration printed from the window asks before it records another official number
+// over the one the operation has.
+void tst_HostWindow::printAsksBeforeReplacingTheOfficialData()
+{
+    QFETCH(QString, button);
+    QFETCH(QString, recorded);
+    QTemporaryDir dir;
+    QStringList messages;
+    answerMessages(messages);
+    qputenv("OQUIVRAN_PDF_OUTPUT", dir.filePath(QStringLiteral("declaracion.pdf")).toUtf8());
+    SampleWindow sample(dir);
+    QVERIFY(sample.dischargeFirstSubItem());
+    QSqlQuery query(sample.databases.discharge());
+    QVERIFY(query.exec(QStringLiteral("update DIP set EXTNOF = '25/001/EC01/000123/K', EXTFOF = "
+                                      "'2025-03-05' where EXTINT = 'OP-2025-0042'")));
+
+    QStringList shown;
+    clickOnNextModal(QStringLiteral("msgReemplazarOficializacion"), button, shown);
+    printOnNextScreen(QStringLiteral("25/002/EC01/000999/K"));
+    sample.window->print();
+    qunsetenv("OQUIVRAN_PDF_OUTPUT");
+    QCOMPARE(shown, (QStringList{QStringLiteral("La operación OP-2025-0042 ya tiene registrados "
+                                                "el número oficial y la fecha "
+                                                "25/001/EC01/000123/K del 2025-03-05.\n¿Los "
+                                                "reemplaza por 25/002/EC01/000999/K del "
+                                                "2025-03-05?"),
+                                 QStringLiteral("button:Sí"), QStringLiteral("button:No")}));
+    QVERIFY(query.exec(QStringLiteral("select distinct EXTNOF, EXTFOF from DIP where EXTINT = "
+                                      "'OP-2025-0042'")));
+    QVERIFY(query.next());
+    QCOMPARE(query.value(0).toString() + u' ' + query.value(1).toString(), recorded);
+    QVERIFY(!query.next());
+    QCOMPARE(QFile::exists(dir.filePath(QStringLiteral("declaracion.pdf"))), button == u"cmdSi");
+    QVERIFY2(messages.isEmpty(), qPrintable(messages.join(u'\n')));
+    oquivran::setMessageHandler({});
 }
 
 QTEST_MAIN(tst_HostWindow)

@@ -211,7 +211,7 @@ private Q_SLOTS:
         QTest::newRow("host") << Schema::Database::Host
                               << QStringList{QStringLiteral("facturas"),
                                              QStringLiteral("groupsubitems"),
-                                             QStringLiteral("item")};
+                                             QStringLiteral("grupos"), QStringLiteral("item")};
     }
     void createsTables()
     {

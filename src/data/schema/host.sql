@@ -1,5 +1,5 @@
--- The host's other database: items and sub-items of the export operations, and their
--- invoices. The component only reads these tables.
+-- The host's other database: items and sub-items of the export operations, their invoices,
+-- and the host's own groups of sub-items. The component only reads these tables.
 
 CREATE TABLE IF NOT EXISTS item (
     id INTEGER NOT NULL,
@@ -25,3 +25,11 @@ CREATE TABLE IF NOT EXISTS facturas (
     ORDEN INTEGER
 );
 CREATE INDEX IF NOT EXISTS facturas_interno ON facturas (interno, ORDEN);
+
+-- The sub-items printed with their root sub-item: the host's own, the component never reads it.
+CREATE TABLE IF NOT EXISTS grupos (
+    interno TEXT NOT NULL,
+    idroot INTEGER NOT NULL,
+    idsub INTEGER NOT NULL,
+    PRIMARY KEY (interno, idsub)
+);
