@@ -225,6 +225,31 @@ void BM_F11_atomic(benchmark::State& state)
     setAtomicWrites(false);
 }
 
+// F11 with atomic writes and the audit trail on: the same unit, with a row for each line
+// written and each stock line refreshed. The trail's rows are removed with the lines between
+// iterations (the bench's copy of the table lets them be deleted).
+void BM_F11_audit(benchmark::State& state)
+{
+    Saving saving;
+    if (!prepareSaving(state, saving))
+        return;
+    Opened& o = *saving.opened;
+    o.session->createAuditTrail();
+    setAtomicWrites(true);
+    setAuditTrail(true);
+    for (auto _ : state) {
+        const bool saved = DischargeSave::run() == DischargeSave::Outcome::Saved;
+        state.PauseTiming();
+        undoSave(*o.session, saving.lines, saving.before);
+        o.session->floorExec(QStringLiteral("delete from DIPAUD"));
+        state.ResumeTiming();
+        if (failed(state, saved, "F11 with the audit trail"))
+            break;
+    }
+    setAtomicWrites(false);
+    state.counters["lines"] = double(saving.lines.size());
+}
+
 void BM_F11_floor(benchmark::State& state)
 {
     floorSaving(
@@ -593,6 +618,8 @@ void registerAll()
         {"F11", BM_F11, BM_F11_floor, nullptr, {{10}, {100}, {500}}},
         // Compared with the floor of F11.
         {"F11_atomic", BM_F11_atomic, nullptr, nullptr, {{100}}},
+        // Compared with F11_atomic.
+        {"F11_audit", BM_F11_audit, nullptr, nullptr, {{100}}},
         {"EliminarInsumo", BM_EliminarInsumo, BM_EliminarInsumo_floor, nullptr, {{100}}},
         {"Report",
          BM_Report,
@@ -620,7 +647,8 @@ void registerAll()
         const QString listed = qEnvironmentVariable("OQUIVRAN_BENCH_PG_LINES");
         for (const auto& group : groups) {
             QList<QList<int>> args;
-            if (qstrcmp(group.name, "Open") == 0 || qstrcmp(group.name, "F11") == 0)
+            if (qstrcmp(group.name, "Open") == 0 || qstrcmp(group.name, "F11") == 0 ||
+                qstrcmp(group.name, "F11_atomic") == 0 || qstrcmp(group.name, "F11_audit") == 0)
                 args = {{100}};
             else if (qstrcmp(group.name, "Report") == 0)
                 args = {{0, 1000}};
@@ -628,6 +656,8 @@ void registerAll()
                 for (const QString& part :
                      (listed.isEmpty() ? QStringLiteral("100000,1000000") : listed).split(u',')) {
                     for (const bool floor : {false, true}) {
+                        if (floor && !group.floor)
+                            continue;
                         const std::string name =
                             std::string("PG_") + group.name + (floor ? "_floor" : "");
                         auto* b = benchmark::RegisterBenchmark(

@@ -251,6 +251,17 @@ void BenchSession::setSubItem(const QString& interno, qint16 subItem, const QStr
     state.PRDCAN = quantity;
 }
 
+void BenchSession::createAuditTrail() const
+{
+    using oquivran::Schema;
+    const Schema::Server server =
+        m_floorServer ? Schema::Server::PostgreSQL : Schema::Server::SQLite;
+    for (const QString& statement : Schema::statements(Schema::Database::Audit, server))
+        floorExec(statement);
+    if (!m_floorServer)
+        floorExec(QStringLiteral("drop trigger if exists DIPAUD_NO_DELETE"));
+}
+
 void BenchSession::floorExec(const QString& sql) const
 {
     if (m_floorServer) {

@@ -41,6 +41,10 @@ public:
     FloorConnection floorHost() const;
     // Runs a statement on the floor's discharge connection (setup and undo work).
     void floorExec(const QString& sql) const;
+    // Creates the audit trail's table (and on the server its functions) if missing. On SQLite
+    // the trigger that refuses deleting its rows is left out, so that undoing a bench's
+    // discharge can remove them.
+    void createAuditTrail() const;
 
 private:
     void openOnServer();

@@ -125,11 +125,7 @@ FloorWork::FloorWork(const FloorConnection& discharge, const FloorConnection& ho
                  {quoted(interno), number(itemMarker)}),
       m_numberItem(discharge,
                    DischargeStatements::numberItem(itemMarker, number(subItemMarker), interno),
-                   {number(itemMarker), number(subItemMarker), quoted(interno)}),
-      m_numberByLookups(discharge,
-                        QStringLiteral("update DIP set EXTITM = %1 where ").arg(itemMarker) +
-                            subItemLookups(subItemMarker),
-                        {number(itemMarker), number(subItemMarker), quoted(interno)})
+                   {number(itemMarker), number(subItemMarker), quoted(interno)})
 {
 }
 
@@ -350,7 +346,13 @@ int FloorWork::walk(FloorStatement& lines, const QString& internoValue)
 
 int FloorWork::numberItems(const QString& internoValue, int items, NumberingPlan plan)
 {
-    FloorStatement& update = plan == NumberingPlan::AsWritten ? m_numberItem : m_numberByLookups;
+    if (plan == NumberingPlan::Lookups && !m_numberByLookups)
+        m_numberByLookups = std::make_unique<FloorStatement>(
+            m_discharge,
+            QStringLiteral("update DIP set EXTITM = %1 where ").arg(itemMarker) +
+                subItemLookups(subItemMarker),
+            QStringList{number(itemMarker), number(subItemMarker), quoted(interno)});
+    FloorStatement& update = plan == NumberingPlan::AsWritten ? m_numberItem : *m_numberByLookups;
     int changed = 0;
     for (int item = 1; item <= items; ++item) {
         for (const int subItem : {2 * item - 1, 2 * item}) {

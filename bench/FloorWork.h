@@ -79,7 +79,8 @@ private:
     FloorStatement m_items;
     FloorStatement m_subItems;
     FloorStatement m_numberItem;
-    FloorStatement m_numberByLookups;
+    // SQLite's own (it finds lines by rowid): prepared at its first use.
+    std::unique_ptr<FloorStatement> m_numberByLookups;
     // One lines query per report kind, prepared at its first use.
     std::map<std::string, std::unique_ptr<FloorStatement>> m_linesQueries;
     std::map<std::string, std::unique_ptr<FloorStatement>> m_lookupQueries;
