@@ -52,6 +52,19 @@ QString AuditStatements::lineInserted(const QString& who, const DischargeStateme
            NumberText::toText(line.quantity) + QStringLiteral("'),null,null)");
 }
 
+QString AuditStatements::linesInserted(const QString& who, const QString& dipWhere)
+{
+    return insertInto() + QStringLiteral("select ") + whenWhoWhat(who, QStringLiteral("DIP alta")) +
+           QStringLiteral(
+               "EXTINT,EXTSBT,ARTDCL,ARTNRO,ARTITM,ARTSBT,0,DIPCAN,null,null from DIP ") +
+           dipWhere;
+}
+
+QString AuditStatements::lineCount(const QString& dipWhere)
+{
+    return QStringLiteral("select count(*) as lines from DIP ") + dipWhere;
+}
+
 QString AuditStatements::linesDeleted(const QString& who, const QString& dipWhere)
 {
     return insertInto() + QStringLiteral("select ") + whenWhoWhat(who, QStringLiteral("DIP baja")) +

@@ -23,6 +23,10 @@ public:
     // insert writes it.
     static QString lineInserted(const QString& who, const DischargeStatements::SubItem& subItem,
                                 const DipCandidate& line);
+    // The lines of a sub-item that had none, just inserted ("DIP alta"), by one statement;
+    // and how many lines a sub-item has (field "lines"), to know whether it had none.
+    static QString linesInserted(const QString& who, const QString& dipWhere);
+    static QString lineCount(const QString& dipWhere);
     // The lines a delete with dipWhere ("where ...") is about to remove ("DIP baja"): each
     // line's quantity to 0.
     static QString linesDeleted(const QString& who, const QString& dipWhere);

@@ -5,8 +5,10 @@
 #include "ErrorMessage.h"
 #include "ModuleState.h"
 #include "SqlValue.h"
+#include "ValueConversion.h"
 
 #include <oquivran/Module.h>
+#include <oquivran/Recordset.h>
 #include <oquivran/RuntimeError.h>
 
 namespace oquivran {
@@ -59,6 +61,23 @@ bool AuditTrail::isOn()
 void AuditTrail::switchOff()
 {
     setting() = Setting();
+}
+
+AuditTrail::Lines AuditTrail::beforeInsertingLines(const DischargeStatements::SubItem& subItem)
+{
+    if (!isOn())
+        return Lines::NotRecorded;
+    Recordset rs;
+    BoundData::open(AuditStatements::lineCount(DischargeStatements::subItemWhere(subItem)), rs);
+    return ValueConversion::toReal(rs.value(QStringLiteral("lines"))) == 0 ? Lines::Together
+                                                                           : Lines::OneByOne;
+}
+
+void AuditTrail::linesInserted(const DischargeStatements::SubItem& subItem)
+{
+    if (isOn())
+        BoundData::execute(AuditStatements::linesInserted(
+            setting().who, DischargeStatements::subItemWhere(subItem)));
 }
 
 void AuditTrail::lineInserted(const DischargeStatements::SubItem& subItem, const DipCandidate& line)

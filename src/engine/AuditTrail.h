@@ -19,6 +19,14 @@ public:
     // Turns the trail off, as turning atomic writes off does.
     static void switchOff();
 
+    // How the lines a unit inserts for a sub-item are recorded: not at all (the trail is off),
+    // each after its insert, or all by one statement after the last (the sub-item had none).
+    enum class Lines { NotRecorded, OneByOne, Together };
+    // Says how, before the first insert; with the trail on, by counting the sub-item's lines.
+    static Lines beforeInsertingLines(const DischargeStatements::SubItem& subItem);
+    // Records the lines of a sub-item inserted Together.
+    static void linesInserted(const DischargeStatements::SubItem& subItem);
+
     // The changes, as AuditStatements describes them; the sub-item, where a change has none of
     // its own, is the unit's (the component's INTERNO and SUBITEM).
     static void lineInserted(const DischargeStatements::SubItem& subItem, const DipCandidate& line);

@@ -224,14 +224,18 @@ bool modManejoInsumos::AgregarDIP()
             values.today = QDate::currentDate();
             // A copy: an error report may run the event loop.
             const QList<DipCandidate> lines = state.candidateLines;
+            const AuditTrail::Lines audit = AuditTrail::beforeInsertingLines(values.subItem);
             for (const DipCandidate& line : lines) {
                 if (line.allocationStatus == AllocationNoStock)
                     continue;
                 values.realQuantity = NumberFormat::rounded(realQuantity(line, state.Restar_PerMer),
                                                             state.valueFormat);
                 BoundData::execute(DischargeStatements::insertLine(values, line));
-                AuditTrail::lineInserted(values.subItem, line);
+                if (audit == AuditTrail::Lines::OneByOne)
+                    AuditTrail::lineInserted(values.subItem, line);
             }
+            if (audit == AuditTrail::Lines::Together)
+                AuditTrail::linesInserted(values.subItem);
             return true;
         });
 }

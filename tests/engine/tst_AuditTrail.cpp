@@ -151,6 +151,26 @@ private Q_SLOTS:
         QCOMPARE(rows, 8);
     }
 
+    // Lines added to a sub-item that has lines already: only the new ones are recorded.
+    void linesAddedToASubItem()
+    {
+        DischargeFixture f;
+        MessageRecorder messages;
+        auditrows::create(f);
+        seed(f, 4);
+        setAtomicWrites(true);
+        QVERIFY(setAuditTrail(true, QStringLiteral("Op")));
+        QVERIFY2(dischargeAsProposed(false), qPrintable(messages.lastPrompt()));
+        QVERIFY2(dischargeAsProposed(false), qPrintable(messages.lastPrompt()));
+        QCOMPARE(f.dischargeRowCount(), 2);
+        QCOMPARE(auditrows::rows(f), (QStringList{
+                                         "DIP alta|OP1|1|D1|ART1|1|1|Op|0|4|null|null",
+                                         "INS.ARTDSC|OP1|1|D1|ART1|1|1|Op|10|6|null|null",
+                                         "DIP alta|OP1|1|D1|ART1|1|1|Op|0|4|null|null",
+                                         "INS.ARTDSC|OP1|1|D1|ART1|1|1|Op|6|2|null|null",
+                                     }));
+    }
+
     // Quantities with decimals are recorded exactly as the lines and the stock hold them.
     void quantitiesAreThoseWritten()
     {
