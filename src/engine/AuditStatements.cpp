@@ -75,18 +75,26 @@ QString AuditStatements::linesDeleted(const QString& who, const QString& dipWher
 
 QString AuditStatements::availabilityRefreshed(const QString& who,
                                                const DischargeStatements::SubItem& s,
-                                               const DipCandidate& line, const QString& totalText,
-                                               const QString& valueFormat)
+                                               const QList<Availability>& refreshed)
 {
-    const QString where = DischargeStatements::stockLineWhere(line);
-    // The same expression as the refresh's, converted into the real column as the refresh's is.
-    return insertInto() + QStringLiteral("values (") +
-           whenWhoWhat(who, QStringLiteral("INS.ARTDSC")) + SqlValue::text(s.interno) + u',' +
-           SqlValue::whole(s.subItem) + u',' + stockLineValues(line) +
-           QStringLiteral("(select ARTDSC from INS ") + where +
-           QStringLiteral("),(select format(ARTCAT - cdbl('") + SqlValue::checked(totalText) +
-           QStringLiteral("'),'") + SqlValue::checked(valueFormat) +
-           QStringLiteral("') from INS ") + where + QStringLiteral("),null,null)");
+    if (refreshed.isEmpty())
+        return QString();
+    const QString first = whenWhoWhat(who, QStringLiteral("INS.ARTDSC")) +
+                          SqlValue::text(s.interno) + u',' + SqlValue::whole(s.subItem) + u',';
+    QString sql = insertInto() + QStringLiteral("values ");
+    for (const Availability& a : refreshed) {
+        if (&a != &refreshed.first())
+            sql += u',';
+        sql += u'(' + first + stockLineValues(a.line) + SqlValue::real(a.before) + u',' +
+               SqlValue::real(a.after) + QStringLiteral(",null,null)");
+    }
+    return sql;
+}
+
+QString AuditStatements::stockLineQuantities(const DipCandidate& line)
+{
+    return QStringLiteral("select ARTCAT, ARTDSC from INS ") +
+           DischargeStatements::stockLineWhere(line);
 }
 
 QString AuditStatements::dischargeColumnUpdated(const QString& who, const QString& column,

@@ -2,6 +2,7 @@
 
 #include "DischargeStatements.h"
 
+#include <QList>
 #include <QString>
 
 namespace oquivran {
@@ -30,13 +31,21 @@ public:
     // The lines a delete with dipWhere ("where ...") is about to remove ("DIP baja"): each
     // line's quantity to 0.
     static QString linesDeleted(const QString& who, const QString& dipWhere);
-    // The availability of the stock line a candidate line draws on, about to be refreshed from
-    // the discharged total ("INS.ARTDSC"): ARTDSC now, and what the refresh computes from
-    // totalText and valueFormat.
+    // A stock line's availability as a refresh changed it.
+    struct Availability
+    {
+        DipCandidate line; // the candidate line whose stock line it is
+        double before = 0; // ARTDSC as read before the refresh
+        double after = 0;  // ARTDSC as the refresh wrote it
+    };
+    // The availabilities a unit refreshed ("INS.ARTDSC"), by one statement; nothing (an empty
+    // text) when there are none. Quantities are written as the component writes numbers.
     static QString availabilityRefreshed(const QString& who,
                                          const DischargeStatements::SubItem& subItem,
-                                         const DipCandidate& line, const QString& totalText,
-                                         const QString& valueFormat);
+                                         const QList<Availability>& refreshed);
+    // What the refresh reads of a stock line with the trail on: its declared quantity and,
+    // for the trail, the availability before the refresh.
+    static QString stockLineQuantities(const DipCandidate& line);
     // The lines an update of column to value (SQL text) with dipWhere is about to change
     // ("DIP.<column>"): the column's value before and after as text; lines that already hold
     // the value are no change.

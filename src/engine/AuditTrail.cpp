@@ -93,12 +93,11 @@ void AuditTrail::linesDeleted(const QString& dipWhere)
 }
 
 void AuditTrail::availabilityRefreshed(const DischargeStatements::SubItem& subItem,
-                                       const DipCandidate& line, const QString& totalText,
-                                       const QString& valueFormat)
+                                       const QList<AuditStatements::Availability>& refreshed)
 {
-    if (isOn())
-        BoundData::execute(AuditStatements::availabilityRefreshed(setting().who, subItem, line,
-                                                                  totalText, valueFormat));
+    if (isOn() && !refreshed.isEmpty())
+        BoundData::execute(
+            AuditStatements::availabilityRefreshed(setting().who, subItem, refreshed));
 }
 
 void AuditTrail::dischargeColumnUpdated(const QString& column, const QString& value,

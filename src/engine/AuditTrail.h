@@ -1,5 +1,6 @@
 #pragma once
 
+#include "AuditStatements.h"
 #include "DischargeStatements.h"
 
 #include <QString>
@@ -32,8 +33,7 @@ public:
     static void lineInserted(const DischargeStatements::SubItem& subItem, const DipCandidate& line);
     static void linesDeleted(const QString& dipWhere);
     static void availabilityRefreshed(const DischargeStatements::SubItem& subItem,
-                                      const DipCandidate& line, const QString& totalText,
-                                      const QString& valueFormat);
+                                      const QList<AuditStatements::Availability>& refreshed);
     static void dischargeColumnUpdated(const QString& column, const QString& value,
                                        const QString& dipWhere);
     static void stockColumnUpdated(const QString& column, const QString& value,

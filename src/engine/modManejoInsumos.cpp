@@ -1,5 +1,6 @@
 #include "modManejoInsumos.h"
 
+#include "AuditStatements.h"
 #include "AuditTrail.h"
 #include "BoundData.h"
 #include "DischargeStatements.h"
@@ -278,6 +279,10 @@ bool modManejoInsumos::RefrescarINS()
         QStringLiteral(" - Seccion [oTORVANE.modManejoInsumos.RefrescarINS]"), [] {
             const ModuleState& state = moduleState();
             const QList<DipCandidate> lines = state.candidateLines;
+            // With the trail on, each stock line's availability before and after, recorded
+            // together once every line is refreshed.
+            const bool audited = AuditTrail::isOn();
+            QList<AuditStatements::Availability> refreshed;
             for (const DipCandidate& line : lines) {
                 Recordset rs;
                 if (!BoundData::open(DischargeStatements::dischargedSum(line), rs))
@@ -291,7 +296,9 @@ bool modManejoInsumos::RefrescarINS()
                 const double total = NumberText::toNumber(totalText);
 
                 // A line without a stock row ("Sin Stock") has nothing to refresh.
-                if (!BoundData::open(DischargeStatements::declaredQuantity(line), rs))
+                if (!BoundData::open(audited ? AuditStatements::stockLineQuantities(line)
+                                             : DischargeStatements::declaredQuantity(line),
+                                     rs))
                     continue;
                 const double declared = real(rs, QStringLiteral("ARTCAT"));
                 if (total > declared) {
@@ -312,11 +319,16 @@ bool modManejoInsumos::RefrescarINS()
                         description.join(QStringLiteral("\r\n")),
                         QStringLiteral("{Comparación: Disponible con Descuentos}"));
                 }
-                AuditTrail::availabilityRefreshed(currentSubItem(), line, totalText,
-                                                  state.valueFormat);
                 BoundData::execute(
                     DischargeStatements::refreshAvailability(totalText, state.valueFormat, line));
+                // What the refresh wrote: the database's format() of the difference, read as
+                // a number, as the component's format() and reading of numbers give it.
+                if (audited)
+                    refreshed.append({line, real(rs, QStringLiteral("ARTDSC")),
+                                      NumberText::toNumber(NumberFormat::format(
+                                          declared - total, state.valueFormat))});
             }
+            AuditTrail::availabilityRefreshed(currentSubItem(), refreshed);
             return true;
         });
 }
