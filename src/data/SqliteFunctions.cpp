@@ -8,7 +8,9 @@
 #include <QDateTime>
 #include <QString>
 
+#include <algorithm>
 #include <exception>
+#include <iterator>
 #include <optional>
 
 #include <sqlite3.h>
@@ -142,9 +144,28 @@ using Function = void (*)(sqlite3_context*, int, sqlite3_value**);
 void auditTime(sqlite3_context* context, int, sqlite3_value**)
 {
     guarded(context, [&] {
-        // Qt writes the offset only for a time given as an offset from UTC.
-        const QDateTime now = QDateTime::currentDateTime();
-        resultText(context, now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODateWithMs));
+        // The rows of one statement mostly fall in one millisecond: its text is made once. Plain
+        // storage, so that nothing is destroyed when a thread of a host ends.
+        struct Last
+        {
+            qint64 milliseconds = -1;
+            char16_t text[48];
+            qsizetype length = 0;
+        };
+        thread_local Last last;
+        const qint64 milliseconds = QDateTime::currentMSecsSinceEpoch();
+        if (milliseconds != last.milliseconds) {
+            // Qt writes the offset only for a time given as an offset from UTC.
+            const QDateTime now = QDateTime::fromMSecsSinceEpoch(milliseconds);
+            const QString text =
+                now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODateWithMs);
+            if (text.size() > qsizetype(std::size(last.text)))
+                return resultText(context, text);
+            std::copy(text.utf16(), text.utf16() + text.size(), last.text);
+            last.length = text.size();
+            last.milliseconds = milliseconds;
+        }
+        resultText(context, QString::fromUtf16(last.text, last.length));
     });
 }
 
