@@ -107,6 +107,19 @@ int HostCommand::openDatabases()
     if (status == HostDatabases::Status::Created)
         err() << "Bases de muestra creadas: " << m_databases->dischargePath() << ", "
               << m_databases->hostPath() << '\n';
+    // A database with the audit trail records every change the host makes to it, whoever's
+    // (atomic writes, which the trail needs, are on since main()).
+    if (m_databases->hasAuditTrail()) {
+        const QString name = m_parser.value("operator");
+        if (name.contains(u'\'')) {
+            err() << "Nombre de operador inválido (sin comillas): " << name << '\n';
+            return UsageError;
+        }
+        if (!oquivran::setAuditTrail(true, name)) {
+            err() << "No se pudo activar el registro de auditoría\n";
+            return Failed;
+        }
+    }
     m_component = std::make_unique<oquivran::clQUIVRAN>();
     m_databases->bind(*m_component);
     m_component->Dir_Formularios(HostDatabases::defaultFormsFolder());

@@ -127,8 +127,9 @@ public:
     virtual int run() = 0;
 
 protected:
-    // Opens the databases and binds them to a new component; prints why not. Returns the
-    // exit code to end with, Success when open.
+    // Opens the databases and binds them to a new component, with the audit trail on in the
+    // name of --operator (else the database's user) when the discharge database holds it;
+    // prints why not. Returns the exit code to end with, Success when open.
     int openDatabases();
     // Opens the databases, then loads the operation of --operation and sets the component's
     // messages to answer as --yes says; prints why not. Returns Success when loaded.
