@@ -28,10 +28,11 @@ namespace {
 const QString dischargeConnection = QStringLiteral("host-discharge");
 const QString hostConnection = QStringLiteral("host-host");
 
-// The tables of each database, for removing them from a server.
-const QStringList dischargeTables = {QStringLiteral("DIP"), QStringLiteral("INS"),
+// The tables of each database, for removing them from a server; the audit trail goes with
+// the discharges it recorded, as it goes with a file.
+const QStringList dischargeTables = {QStringLiteral("DIP"),    QStringLiteral("INS"),
                                      QStringLiteral("INTINS"), QStringLiteral("PRD"),
-                                     QStringLiteral("RIP")};
+                                     QStringLiteral("RIP"),    QStringLiteral("DIPAUD")};
 const QStringList hostTables = {QStringLiteral("item"), QStringLiteral("groupsubitems"),
                                 QStringLiteral("facturas"), QStringLiteral("grupos")};
 
