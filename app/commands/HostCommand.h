@@ -31,7 +31,7 @@ class clQUIVRAN;
     code(Success, 0, "correcto")                                                                 \
     /* unknown subcommand or option, missing or invalid value */                                 \
     code(UsageError, 1, "uso incorrecto (subcomando, opción o valor)")                           \
-    /* a database file does not exist or cannot be opened */                                     \
+    /* a database file does not exist or cannot be opened (or has no audit trail, for audit) */ \
     code(DatabaseMissing, 2, "falta una base de datos o no se puede abrir")                      \
     /* unknown operation, sub-item or item */                                                    \
     code(NotFound, 3, "operación, subítem o ítem desconocido")                                   \

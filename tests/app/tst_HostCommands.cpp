@@ -194,8 +194,8 @@ void tst_HostCommands::init()
 
 void tst_HostCommands::helpOfEverySubcommand()
 {
-    for (const char* name :
-         {"init", "discharge", "remove", "number", "inputs", "print", "check-stock", "expiring"}) {
+    for (const char* name : {"init", "discharge", "remove", "number", "inputs", "print",
+                             "check-stock", "audit", "expiring"}) {
         const Result help = host({QString::fromLatin1(name), QStringLiteral("--help")}, false);
         QCOMPARE(help.exitCode, 0);
         QVERIFY2(help.out.contains(QStringLiteral("Códigos de salida")), name);
@@ -1428,6 +1428,9 @@ void tst_HostCommands::auditWithoutTheTrail()
              qPrintable(audit.err));
     QVERIFY(audit.err.contains(QStringLiteral("oquivran-host init --audit")));
     QCOMPARE(audit.out, QString());
+    QVERIFY(host({QStringLiteral("--help")}, false)
+                .out.contains(QStringLiteral("Registro de auditoría: cuando la base de descargas "
+                                             "tiene la tabla DIPAUD")));
     // check-stock says what it always said.
     const Result table = host({QStringLiteral("check-stock")});
     QCOMPARE(table.exitCode, 0);
