@@ -83,6 +83,11 @@ public:
     // DatabaseMissing (with how to create what is missing when status is NotFound).
     static int openFailure(const HostDatabases& databases, HostDatabases::Status status);
 
+    // Turns the audit trail on in the name of operatorName (when empty the database's user)
+    // when the open discharge database holds it; prints why not. Returns the exit code to end
+    // with: Success (also without the trail), UsageError for a name holding a quote.
+    static int auditAs(const HostDatabases& databases, const QString& operatorName);
+
     // Options several subcommands take.
     static QCommandLineOption subItemOption();
     static QCommandLineOption allOption();

@@ -65,6 +65,7 @@ private Q_SLOTS:
     void auditRefusesBadDates_data();
     void auditRefusesBadDates();
     void auditWithoutTheTrail();
+    void operatorWithAQuoteIsRefused();
     void checkStockReplaysTheTrail_data();
     void checkStockReplaysTheTrail();
 
@@ -1441,6 +1442,23 @@ void tst_HostCommands::auditWithoutTheTrail()
         host({QStringLiteral("check-stock"), QStringLiteral("--format"), QStringLiteral("json")}));
     QCOMPARE(object.keys(), (QStringList{"database", "differences", "over_discharged", "repaired",
                                          "stock_lines"}));
+}
+
+void tst_HostCommands::operatorWithAQuoteIsRefused()
+{
+    QCOMPARE(host({QStringLiteral("init"), QStringLiteral("--force"), QStringLiteral("--audit")})
+                 .exitCode,
+             0);
+    const int rows = scalar("select count(*) from DIPAUD").toInt();
+    const Result refused =
+        host({QStringLiteral("discharge"), QStringLiteral("--subitem"), QStringLiteral("2"),
+              QStringLiteral("--operator"), QStringLiteral("O'Brien")});
+    QCOMPARE(refused.exitCode, 1);
+    QVERIFY2(refused.err.contains(QStringLiteral("Nombre de operador inválido (sin comillas): "
+                                                 "O'Brien")),
+             qPrintable(refused.err));
+    QCOMPARE(scalar("select count(*) from DIP where EXTINT = 'OP-2025-0042'").toInt(), 0);
+    QCOMPARE(scalar("select count(*) from DIPAUD").toInt(), rows);
 }
 
 void tst_HostCommands::checkStockReplaysTheTrail_data()
