@@ -3,6 +3,7 @@
 #include "HostDatabases.h"
 #include "SampleData.h"
 #include "TextTable.h"
+#include "commands/AuditCommand.h"
 #include "commands/CheckStockCommand.h"
 #include "commands/DischargeCommand.h"
 #include "commands/ExpiringCommand.h"
@@ -51,6 +52,9 @@ const Subcommand subcommands[] = {
      PrintCommand::options, run<PrintCommand>},
     {"check-stock", "verifica ARTDSC = ARTCAT - suma(DIPCAN) en cada línea de stock (--repair)",
      CheckStockCommand::options, run<CheckStockCommand>},
+    {"audit",
+     "lista el registro de auditoría (--operation, --declaration, --from y --to lo filtran)",
+     AuditCommand::options, run<AuditCommand>},
     {"expiring",
      "lista el stock vencido o que vence dentro del horizonte (--days N, --as-of FECHA)",
      ExpiringCommand::options, run<ExpiringCommand>},
@@ -70,7 +74,12 @@ const char* atomicWritesText =
     "Escrituras atómicas: activadas. Cada descarga, eliminación, numeración de ítems,\n"
     "edición de C.T.C. y registro de la oficialización se escribe entera o no se escribe:\n"
     "varios operadores pueden descargar de la misma base a la vez, y una descarga que\n"
-    "otro operador dejó sin stock se rechaza sin escribir nada.\n";
+    "otro operador dejó sin stock se rechaza sin escribir nada.\n"
+    "Registro de auditoría: cuando la base de descargas tiene la tabla DIPAUD (init\n"
+    "--audit), cada subcomando lo activa y cada cambio de una línea de descarga o de\n"
+    "stock agrega una fila con la fecha, el operador (--operator, o el usuario de la\n"
+    "base: el del sistema con SQLite, el rol con PostgreSQL) y las cantidades antes y\n"
+    "después; audit lo lista y check-stock lo verifica.\n";
 
 // What closes the overview and every --help.
 QString closingText()
@@ -103,6 +112,9 @@ QList<QCommandLineOption> commonOptions()
          "Operación de exportación (INTERNO); por omisión " + SampleData::operation() + ".",
          "interno", SampleData::operation()},
         {"yes", "Responde Sí a las preguntas del componente (por omisión No)."},
+        {"operator",
+         "Operador que nombra el registro de auditoría (por omisión el usuario de la base).",
+         "nombre"},
     };
 }
 

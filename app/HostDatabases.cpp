@@ -10,6 +10,7 @@
 #include <oquivran/clQUIVRAN.h>
 
 #include <QCoreApplication>
+#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -19,6 +20,7 @@
 #include <QUrl>
 #include <QUrlQuery>
 
+#include <algorithm>
 #include <tuple>
 
 namespace {
@@ -26,10 +28,11 @@ namespace {
 const QString dischargeConnection = QStringLiteral("host-discharge");
 const QString hostConnection = QStringLiteral("host-host");
 
-// The tables of each database, for removing them from a server.
-const QStringList dischargeTables = {QStringLiteral("DIP"), QStringLiteral("INS"),
+// The tables of each database, for removing them from a server; the audit trail goes with
+// the discharges it recorded, as it goes with a file.
+const QStringList dischargeTables = {QStringLiteral("DIP"),    QStringLiteral("INS"),
                                      QStringLiteral("INTINS"), QStringLiteral("PRD"),
-                                     QStringLiteral("RIP")};
+                                     QStringLiteral("RIP"),    QStringLiteral("DIPAUD")};
 const QStringList hostTables = {QStringLiteral("item"), QStringLiteral("groupsubitems"),
                                 QStringLiteral("facturas"), QStringLiteral("grupos")};
 
@@ -349,6 +352,49 @@ HostDatabases::Status HostDatabases::open(const QCommandLineParser& parser)
     const QString hostPath = location(parser, Which::Host, &explicitHost);
     return open(dischargePath, hostPath,
                 explicitDischarge || explicitHost ? Missing::Fail : Missing::CreateSample);
+}
+
+bool HostDatabases::hasAuditTrail() const
+{
+    const QStringList tables = m_discharge.tables();
+    return std::any_of(tables.begin(), tables.end(), [](const QString& name) {
+        return name.compare(QLatin1String("DIPAUD"), Qt::CaseInsensitive) == 0;
+    });
+}
+
+bool HostDatabases::createAuditTrail(const QString& operatorName)
+{
+    const bool existed = hasAuditTrail();
+    if (!createTables(m_discharge, oquivran::SchemaDatabase::AuditTrail))
+        return false;
+    if (existed)
+        return true;
+    const bool server = m_discharge.driverName() == u"QPSQL";
+    QString who = operatorName;
+    for (const char* name : {"USERNAME", "USER", "LOGNAME"}) {
+        if (!who.isEmpty() || server)
+            break;
+        who = qEnvironmentVariable(name);
+    }
+    // The server names its role itself, as the component's rows do.
+    const QString whoSql =
+        server && operatorName.isEmpty() ? QStringLiteral("current_user") : QStringLiteral("?");
+    QSqlQuery opening(m_discharge);
+    opening.prepare(QStringLiteral("insert into DIPAUD (AUDFEC, AUDUSR, AUDQUE, EXTINT, EXTSBT, "
+                                   "INTDCL, ARTNRO, ARTITM, ARTSBT, AUDANT, AUDNUE) select ?, ") +
+                    whoSql +
+                    QStringLiteral(", 'DIP alta', EXTINT, EXTSBT, ARTDCL, ARTNRO, ARTITM, ARTSBT, "
+                                   "0, DIPCAN from DIP order by EXTINT, EXTSBT, ARTDCL, ARTNRO, "
+                                   "ARTITM, ARTSBT"));
+    const QDateTime now = QDateTime::currentDateTime();
+    opening.addBindValue(now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODateWithMs));
+    if (whoSql == u"?")
+        opening.addBindValue(who.isEmpty() ? QStringLiteral("?") : who);
+    if (!opening.exec()) {
+        setTablesError(m_discharge, opening.lastError().text());
+        return false;
+    }
+    return true;
 }
 
 void HostDatabases::bind(oquivran::clQUIVRAN& component)

@@ -81,6 +81,14 @@ public:
     // Opens the databases the options name (see location()): one named there must exist; when
     // none is named, the default files are created with the sample if neither exists.
     Status open(const QCommandLineParser& parser);
+    // Whether the open discharge database holds the audit trail (the table DIPAUD).
+    bool hasAuditTrail() const;
+    // Creates the audit trail's table and functions in the open discharge database where
+    // missing. A new trail opens with a "DIP alta" row for each discharge line already there,
+    // in the name of operatorName (when empty the database's user: the role on the server, the
+    // operating-system user on SQLite), so that it replays to every availability from the
+    // start. False, with errorText(), when a statement failed.
+    bool createAuditTrail(const QString& operatorName);
     // Binds the two data objects to the component (the first binding stays).
     void bind(oquivran::clQUIVRAN& component);
 

@@ -52,6 +52,7 @@ int runWindow(QApplication& app, const QStringList& arguments)
          "~/.pgpass o PGPASSFILE).",
          "uri"},
         {"operation", "Operación que se muestra primero.", "interno"},
+        {"operator", "Operador que nombra el registro de auditoría.", "nombre"},
     });
     QTextStream err(stderr);
     if (!parser.parse(arguments)) {
@@ -71,6 +72,10 @@ int runWindow(QApplication& app, const QStringList& arguments)
     const HostDatabases::Status status = databases.open(parser);
     if (status != HostDatabases::Status::Opened && status != HostDatabases::Status::Created)
         return HostCommand::openFailure(databases, status);
+    // The window's discharges are recorded as the subcommands' are.
+    if (const int audited = HostCommand::auditAs(databases, parser.value("operator"));
+        audited != HostCommand::Success)
+        return audited;
     HostWindow window(databases, parser.isSet("operation") ? parser.value("operation")
                                                            : QStringLiteral("OP-2025-0042"));
     window.show();

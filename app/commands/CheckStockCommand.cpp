@@ -31,6 +31,14 @@ int CheckStockCommand::run()
         err() << "No se puede verificar el stock de " << path << ": " << error << '\n';
         return DatabaseMissing;
     }
+    // The audit trail, where the database keeps it, must replay to each availability.
+    const bool audited = m_databases->hasAuditTrail();
+    QList<CheckStock::AuditDifference> unexplained;
+    if (audited && !check.auditDifferences(unexplained, error)) {
+        err() << "No se puede verificar el registro de auditoría de " << path << ": " << error
+              << '\n';
+        return DatabaseMissing;
+    }
     using Align = TextTable::Align;
     const QList<TextTable::Column> lineColumns = {{"Despacho", "declaration"},
                                                   {"Insumo", "input"},
@@ -51,6 +59,19 @@ int CheckStockCommand::run()
         else
             stale.addValues(values + QVariantList{d.expected});
     }
+    TextTable audit({{"Despacho", "declaration"},
+                     {"Insumo", "input"},
+                     {"Ítem", "item", Align::Right},
+                     {"Sub", "sub", Align::Right},
+                     {"ARTCAT", "declared", Align::Right, 4},
+                     {"suma(AUDNUE-AUDANT)", "moved", Align::Right, 4},
+                     {"ARTCAT-suma", "replayed", Align::Right, 4},
+                     {"Último INS.ARTDSC", "last_recorded", Align::Right, 4},
+                     {"ARTDSC", "available", Align::Right, 4}});
+    for (const CheckStock::AuditDifference& d : unexplained)
+        audit.addValues({d.declaration, d.input, d.item, d.subItem, d.declared, d.moved,
+                         d.replayed(), d.lastRecorded, d.available});
+    // --repair writes availabilities only: the trail's rows are never changed.
     const bool repair = m_parser.isSet("repair");
     int repaired = 0;
     if (repair && stale.rowCount() > 0) {
@@ -71,9 +92,18 @@ int CheckStockCommand::run()
                                            "ARTCAT): %1")
                                 .arg(over.rowCount()),
                             &over};
-    if (found.isEmpty() && m_format == TextTable::Format::Table) {
+    if (audited && (audit.rowCount() > 0 || m_format != TextTable::Format::Table))
+        sections << Section{"audit_differences",
+                            QStringLiteral("Líneas de stock que el registro de auditoría no "
+                                           "explica: %1")
+                                .arg(audit.rowCount()),
+                            &audit};
+    if (found.isEmpty() && unexplained.isEmpty() && m_format == TextTable::Format::Table) {
         out() << "Stock correcto: ARTDSC = ARTCAT - suma(DIPCAN) en las " << check.stockLineCount()
               << " líneas de stock.\n";
+        if (audited)
+            out() << "Registro de auditoría correcto: ARTDSC = ARTCAT - suma(AUDNUE - AUDANT) y "
+                     "el último INS.ARTDSC en cada línea.\n";
         return Success;
     }
     write({{"database", path}, {"stock_lines", check.stockLineCount()}, {"repaired", repaired}},
@@ -90,7 +120,7 @@ int CheckStockCommand::run()
                   << HostText::decimal(d.discharged) << " descargado de "
                   << HostText::decimal(d.declared) << ")\n";
     }
-    if (over.rowCount() > 0 || (!repair && stale.rowCount() > 0))
+    if (over.rowCount() > 0 || (!repair && stale.rowCount() > 0) || audit.rowCount() > 0)
         return StockDifferences;
     return Success;
 }

@@ -107,10 +107,29 @@ int HostCommand::openDatabases()
     if (status == HostDatabases::Status::Created)
         err() << "Bases de muestra creadas: " << m_databases->dischargePath() << ", "
               << m_databases->hostPath() << '\n';
+    if (const int audited = auditAs(*m_databases, m_parser.value("operator")); audited != Success)
+        return audited;
     m_component = std::make_unique<oquivran::clQUIVRAN>();
     m_databases->bind(*m_component);
     m_component->Dir_Formularios(HostDatabases::defaultFormsFolder());
     m_operation = std::make_unique<ExportOperation>(m_databases->discharge(), m_databases->host());
+    return Success;
+}
+
+int HostCommand::auditAs(const HostDatabases& databases, const QString& operatorName)
+{
+    // A database with the audit trail records every change the host makes to it, whoever's
+    // (atomic writes, which the trail needs, are on since main()).
+    if (!databases.hasAuditTrail())
+        return Success;
+    if (operatorName.contains(u'\'')) {
+        err() << "Nombre de operador inválido (sin comillas): " << operatorName << '\n';
+        return UsageError;
+    }
+    if (!oquivran::setAuditTrail(true, operatorName)) {
+        err() << "No se pudo activar el registro de auditoría\n";
+        return Failed;
+    }
     return Success;
 }
 

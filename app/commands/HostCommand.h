@@ -31,7 +31,7 @@ class clQUIVRAN;
     code(Success, 0, "correcto")                                                                 \
     /* unknown subcommand or option, missing or invalid value */                                 \
     code(UsageError, 1, "uso incorrecto (subcomando, opción o valor)")                           \
-    /* a database file does not exist or cannot be opened */                                     \
+    /* a database file does not exist or cannot be opened (or has no audit trail, for audit) */ \
     code(DatabaseMissing, 2, "falta una base de datos o no se puede abrir")                      \
     /* unknown operation, sub-item or item */                                                    \
     code(NotFound, 3, "operación, subítem o ítem desconocido")                                   \
@@ -83,6 +83,11 @@ public:
     // DatabaseMissing (with how to create what is missing when status is NotFound).
     static int openFailure(const HostDatabases& databases, HostDatabases::Status status);
 
+    // Turns the audit trail on in the name of operatorName (when empty the database's user)
+    // when the open discharge database holds it; prints why not. Returns the exit code to end
+    // with: Success (also without the trail), UsageError for a name holding a quote.
+    static int auditAs(const HostDatabases& databases, const QString& operatorName);
+
     // Options several subcommands take.
     static QCommandLineOption subItemOption();
     static QCommandLineOption allOption();
@@ -127,8 +132,9 @@ public:
     virtual int run() = 0;
 
 protected:
-    // Opens the databases and binds them to a new component; prints why not. Returns the
-    // exit code to end with, Success when open.
+    // Opens the databases and binds them to a new component, with the audit trail on in the
+    // name of --operator (else the database's user) when the discharge database holds it;
+    // prints why not. Returns the exit code to end with, Success when open.
     int openDatabases();
     // Opens the databases, then loads the operation of --operation and sets the component's
     // messages to answer as --yes says; prints why not. Returns Success when loaded.

@@ -59,6 +59,15 @@ private Q_SLOTS:
     void expiringLineWithoutExpiryDate();
     void expiringPdf();
     void expiringRefusesBadOptions();
+    void auditListsTheTrail();
+    void auditFilters_data();
+    void auditFilters();
+    void auditRefusesBadDates_data();
+    void auditRefusesBadDates();
+    void auditWithoutTheTrail();
+    void operatorWithAQuoteIsRefused();
+    void checkStockReplaysTheTrail_data();
+    void checkStockReplaysTheTrail();
 
 private:
     using Result = HostRun;
@@ -72,6 +81,13 @@ private:
     // (application "oQUIVRAN") or the sample host's ("oquivran-host"). On Linux the files of
     // the test's own XDG_CONFIG_HOME; on Windows the user's registry, emptied by init().
     std::unique_ptr<QSettings> settingsOf(const QString& application) const;
+    // Replaces the sample with one whose discharge database keeps the audit trail, then
+    // discharges every sub-item and removes the first, all in the name of operatorName.
+    void dischargeWithTheTrail();
+    // The JSON object a run wrote.
+    static QJsonObject json(const Result& result);
+
+    const QString operatorName = QStringLiteral("Ana Pérez");
 
     std::unique_ptr<QTemporaryDir> m_dir;
     QString m_discharge;
@@ -138,6 +154,33 @@ QString tst_HostCommands::said(const Result& result)
     return lines.join(u'\n');
 }
 
+void tst_HostCommands::dischargeWithTheTrail()
+{
+    const QStringList by = {QStringLiteral("--operator"), operatorName};
+    const Result created = host(
+        QStringList{QStringLiteral("init"), QStringLiteral("--force"), QStringLiteral("--audit")} +
+        by);
+    QCOMPARE(created.exitCode, 0);
+    QVERIFY(created.out.contains(QStringLiteral("Registro de auditoría (DIPAUD)")));
+    // One sub-item of the sample has no C.T.C.: its refusal is exit 4.
+    QCOMPARE(host(QStringList{QStringLiteral("discharge"), QStringLiteral("--all")} + by).exitCode,
+             4);
+    QCOMPARE(host(QStringList{QStringLiteral("remove"), QStringLiteral("--subitem"),
+                              QStringLiteral("1")} +
+                  by)
+                 .exitCode,
+             0);
+}
+
+QJsonObject tst_HostCommands::json(const Result& result)
+{
+    QJsonParseError error;
+    const QJsonDocument document = QJsonDocument::fromJson(result.out.toUtf8(), &error);
+    if (error.error != QJsonParseError::NoError)
+        qWarning() << "not JSON:" << error.errorString() << result.out;
+    return document.object();
+}
+
 void tst_HostCommands::init()
 {
     m_dir = std::make_unique<QTemporaryDir>();
@@ -152,8 +195,8 @@ void tst_HostCommands::init()
 
 void tst_HostCommands::helpOfEverySubcommand()
 {
-    for (const char* name :
-         {"init", "discharge", "remove", "number", "inputs", "print", "check-stock", "expiring"}) {
+    for (const char* name : {"init", "discharge", "remove", "number", "inputs", "print",
+                             "check-stock", "audit", "expiring"}) {
         const Result help = host({QString::fromLatin1(name), QStringLiteral("--help")}, false);
         QCOMPARE(help.exitCode, 0);
         QVERIFY2(help.out.contains(QStringLiteral("Códigos de salida")), name);
@@ -1165,3 +1208,342 @@ void tst_HostCommands::expiringRefusesBadOptions()
 
 QTEST_GUILESS_MAIN(tst_HostCommands)
 #include "tst_HostCommands.moc"
+
+void tst_HostCommands::auditListsTheTrail()
+{
+    dischargeWithTheTrail();
+    const int count = scalar("select count(*) from DIPAUD").toInt();
+    // The sample's two discharge lines that were there, the discharges and the removal.
+    QCOMPARE(count, 36);
+
+    // The whole table of one declaration, its times (each as long as the others) masked and
+    // its decimals written with a dot whatever the locale.
+    const Result table = host({QStringLiteral("audit"), QStringLiteral("--declaration"),
+                               QStringLiteral("24073IT04000389P")});
+    QCOMPARE(table.exitCode, 0);
+    const QRegularExpression time(
+        QStringLiteral(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}(Z|[+-]\d\d:?\d\d))"));
+    const QRegularExpressionMatch first = time.match(table.out);
+    QVERIFY2(first.hasMatch(), qPrintable(table.out));
+    const qsizetype width = first.capturedLength();
+    QString shown = table.out;
+    shown.replace(time, QString(width, u'F')).replace(u',', u'.');
+    const QString f(width, u'F');
+    const QString expected =
+        QStringLiteral(
+            "Registro de auditoría: 16 filas\n"
+            "Nro  %1  Operador   Cambio      Operación     Subítem  Despacho          Insumo    "
+            "Ítem  Sub     Antes   Después  Valor antes  Valor después\n"
+            "---  %2  ---------  ----------  ------------  -------  ----------------  --------  "
+            "----  ---  --------  --------  -----------  -------------\n")
+            .arg(QStringLiteral("Fecha").leftJustified(int(width)), QString(width, u'-')) +
+        QStringLiteral(
+            "  3  %1  Ana Pérez  DIP alta    OP-2025-0042        1  24073IT04000389P  BOTON-12     "
+            "3    1    0.0000  600.0000\n"
+            "  5  %1  Ana Pérez  DIP alta    OP-2025-0042        1  24073IT04000389P  HILO-POL     "
+            "2    1    0.0000    1.8000\n"
+            "  6  %1  Ana Pérez  DIP alta    OP-2025-0042        1  24073IT04000389P  TELA-ALG     "
+            "1    1    0.0000  192.0000\n"
+            "  7  %1  Ana Pérez  INS.ARTDSC  OP-2025-0042        1  24073IT04000389P  BOTON-12     "
+            "3    1  600.0000    0.0000\n"
+            "  9  %1  Ana Pérez  INS.ARTDSC  OP-2025-0042        1  24073IT04000389P  HILO-POL     "
+            "2    1    2.5000    0.7000\n"
+            " 10  %1  Ana Pérez  INS.ARTDSC  OP-2025-0042        1  24073IT04000389P  TELA-ALG     "
+            "1    1  220.0000   28.0000\n"
+            " 12  %1  Ana Pérez  DIP alta    OP-2025-0042        2  24073IT04000389P  HILO-POL     "
+            "2    1    0.0000    0.7000\n"
+            " 14  %1  Ana Pérez  DIP alta    OP-2025-0042        2  24073IT04000389P  TELA-ALG     "
+            "1    1    0.0000   28.0000\n"
+            " 17  %1  Ana Pérez  INS.ARTDSC  OP-2025-0042        2  24073IT04000389P  HILO-POL     "
+            "2    1    0.7000    0.0000\n"
+            " 19  %1  Ana Pérez  INS.ARTDSC  OP-2025-0042        2  24073IT04000389P  TELA-ALG     "
+            "1    1   28.0000    0.0000\n"
+            " 29  %1  Ana Pérez  DIP baja    OP-2025-0042        1  24073IT04000389P  BOTON-12     "
+            "3    1  600.0000    0.0000\n"
+            " 31  %1  Ana Pérez  DIP baja    OP-2025-0042        1  24073IT04000389P  HILO-POL     "
+            "2    1    1.8000    0.0000\n"
+            " 32  %1  Ana Pérez  DIP baja    OP-2025-0042        1  24073IT04000389P  TELA-ALG     "
+            "1    1  192.0000    0.0000\n"
+            " 33  %1  Ana Pérez  INS.ARTDSC  OP-2025-0042        1  24073IT04000389P  BOTON-12     "
+            "3    1    0.0000  600.0000\n"
+            " 35  %1  Ana Pérez  INS.ARTDSC  OP-2025-0042        1  24073IT04000389P  HILO-POL     "
+            "2    1    0.0000    1.8000\n"
+            " 36  %1  Ana Pérez  INS.ARTDSC  OP-2025-0042        1  24073IT04000389P  TELA-ALG     "
+            "1    1    0.0000  192.0000\n")
+            .arg(f);
+    QCOMPARE(shown, expected);
+
+    // CSV: the keys, then every row oldest first, each in the operator's name.
+    const Result csv =
+        host({QStringLiteral("audit"), QStringLiteral("--format"), QStringLiteral("csv")});
+    QCOMPARE(csv.exitCode, 0);
+    QStringList lines = csv.out.split(u'\n');
+    QCOMPARE(lines.takeLast(), QString());
+    QCOMPARE(lines.takeFirst(),
+             QStringLiteral("number,time,user,what,operation,sub_item,declaration,input,item,sub,"
+                            "before,after,value_before,value_after"));
+    QCOMPARE(lines.size(), count);
+    for (int i = 0; i < lines.size(); ++i) {
+        const QStringList fields = lines[i].split(u',');
+        QCOMPARE(fields.size(), 14);
+        QCOMPARE(fields[0].toInt(), i + 1);
+        QCOMPARE(fields[2], operatorName);
+    }
+    QCOMPARE(lines.first(),
+             QStringLiteral("1,%1,Ana Pérez,DIP alta,OP-2024-0117,1,"
+                            "23001IT04001187M,TELA-ALG,1,1,0.0000,300.0000,,")
+                 .arg(scalar("select AUDFEC from DIPAUD where AUDNRO = 1").toString()));
+
+    // JSON: the database, the number of rows and the rows keyed in English.
+    const QJsonObject object =
+        json(host({QStringLiteral("audit"), QStringLiteral("--format"), QStringLiteral("json")}));
+    QCOMPARE(object.value("database").toString(), m_discharge);
+    QCOMPARE(object.value("rows").toInt(), count);
+    const QJsonArray rows = object.value("audit").toArray();
+    QCOMPARE(rows.size(), count);
+    const QStringList keys = {"after",  "before",      "declaration",  "input",    "item",
+                              "number", "operation",   "sub",          "sub_item", "time",
+                              "user",   "value_after", "value_before", "what"};
+    for (int i = 0; i < rows.size(); ++i) {
+        const QJsonObject row = rows[i].toObject();
+        QCOMPARE(row.keys(), keys);
+        QCOMPARE(row.value("number").toInt(), i + 1);
+    }
+    const QJsonObject baja = rows[28].toObject();
+    QCOMPARE(baja.value("what").toString(), QStringLiteral("DIP baja"));
+    QCOMPARE(baja.value("before").toDouble(), 600.0);
+    QCOMPARE(baja.value("after").toDouble(), 0.0);
+    QVERIFY(baja.value("value_before").isNull());
+}
+
+void tst_HostCommands::auditFilters_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    // The rows it must list, as a condition on DIPAUD (TODAY: the trail's day).
+    QTest::addColumn<QString>("condition");
+    QTest::addColumn<bool>("some");
+    QTest::newRow("everything") << QStringList{} << QStringLiteral("1 = 1") << true;
+    QTest::newRow("operation of the sample's lines")
+        << QStringList{"--operation", "OP-2024-0117"} << QStringLiteral("EXTINT = 'OP-2024-0117'")
+        << true;
+    QTest::newRow("operation discharged") << QStringList{"--operation", "OP-2025-0042"}
+                                          << QStringLiteral("EXTINT = 'OP-2025-0042'") << true;
+    QTest::newRow("unknown operation")
+        << QStringList{"--operation", "OP-1999-0001"} << QStringLiteral("1 = 0") << false;
+    QTest::newRow("declaration") << QStringList{"--declaration", "24001IT04000552X"}
+                                 << QStringLiteral("INTDCL = '24001IT04000552X'") << true;
+    QTest::newRow("operation and declaration")
+        << QStringList{"--operation", "OP-2024-0117", "--declaration", "24001IT04000552X"}
+        << QStringLiteral("1 = 0") << false;
+    QTest::newRow("from the day") << QStringList{"--from", "TODAY"} << QStringLiteral("1 = 1")
+                                  << true;
+    QTest::newRow("to the day") << QStringList{"--to", "TODAY"} << QStringLiteral("1 = 1") << true;
+    QTest::newRow("the day only") << QStringList{"--from", "TODAY", "--to", "TODAY"}
+                                  << QStringLiteral("1 = 1") << true;
+    QTest::newRow("to the day before")
+        << QStringList{"--to", "YESTERDAY"} << QStringLiteral("1 = 0") << false;
+    QTest::newRow("from the day after")
+        << QStringList{"--from", "TOMORROW"} << QStringLiteral("1 = 0") << false;
+    QTest::newRow("declaration from the day")
+        << QStringList{"--declaration", "24073IT04000389P", "--from", "TODAY"}
+        << QStringLiteral("INTDCL = '24073IT04000389P'") << true;
+}
+
+void tst_HostCommands::auditFilters()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, condition);
+    QFETCH(bool, some);
+    dischargeWithTheTrail();
+    const QDate day = QDate::fromString(
+        scalar("select substr(min(AUDFEC), 1, 10) from DIPAUD").toString(), Qt::ISODate);
+    QVERIFY(day.isValid());
+    QCOMPARE(scalar("select substr(max(AUDFEC), 1, 10) from DIPAUD").toDate(), day);
+    for (QString& argument : arguments) {
+        if (argument == u"TODAY")
+            argument = day.toString(Qt::ISODate);
+        else if (argument == u"YESTERDAY")
+            argument = day.addDays(-1).toString(Qt::ISODate);
+        else if (argument == u"TOMORROW")
+            argument = day.addDays(1).toString(Qt::ISODate);
+    }
+    const Result result = host(
+        QStringList{QStringLiteral("audit"), QStringLiteral("--format"), QStringLiteral("json")} +
+        arguments);
+    QCOMPARE(result.exitCode, 0);
+    const QJsonArray rows = json(result).value("audit").toArray();
+    QList<int> listed;
+    for (const QJsonValue& row : rows)
+        listed << row.toObject().value("number").toInt();
+    QList<int> expected;
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("t"));
+        db.setDatabaseName(m_discharge);
+        QVERIFY(db.open());
+        QSqlQuery query(db);
+        QVERIFY(query.exec("select AUDNRO from DIPAUD where " + condition + " order by AUDNRO"));
+        while (query.next())
+            expected << query.value(0).toInt();
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("t"));
+    QCOMPARE(listed, expected);
+    QCOMPARE(!listed.isEmpty(), some);
+}
+
+void tst_HostCommands::auditRefusesBadDates_data()
+{
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("said");
+    QTest::newRow("no such month") << QStringList{"--from", "2027-13-01"}
+                                   << QStringLiteral("Fecha inválida para --from: 2027-13-01");
+    QTest::newRow("the locale's order") << QStringList{"--to", "10/05/2027"}
+                                        << QStringLiteral("Fecha inválida para --to: 10/05/2027");
+    QTest::newRow("a word") << QStringList{"--from", "ayer"}
+                            << QStringLiteral("Fecha inválida para --from: ayer (AAAA-MM-DD)");
+    QTest::newRow("from after to") << QStringList{"--from", "2027-05-10", "--to", "2027-05-09"}
+                                   << QStringLiteral("--from (2027-05-10) es posterior a --to");
+}
+
+void tst_HostCommands::auditRefusesBadDates()
+{
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, said);
+    // Dates are read before the databases are opened.
+    const Result result = host(QStringList{QStringLiteral("audit")} + arguments);
+    QCOMPARE(result.exitCode, 1);
+    QVERIFY2(result.err.contains(said), qPrintable(result.err));
+    QCOMPARE(result.out, QString());
+}
+
+void tst_HostCommands::auditWithoutTheTrail()
+{
+    // The sample of init(): no DIPAUD, and discharging does not make one.
+    QCOMPARE(host({QStringLiteral("discharge"), QStringLiteral("--subitem"), QStringLiteral("2"),
+                   QStringLiteral("--operator"), operatorName})
+                 .exitCode,
+             0);
+    QCOMPARE(scalar("select count(*) from sqlite_master where name = 'DIPAUD'").toInt(), 0);
+    const Result audit = host({QStringLiteral("audit")});
+    QCOMPARE(audit.exitCode, 2);
+    QVERIFY2(audit.err.contains(QStringLiteral("no tiene registro de auditoría (tabla DIPAUD)")),
+             qPrintable(audit.err));
+    QVERIFY(audit.err.contains(QStringLiteral("oquivran-host init --audit")));
+    QCOMPARE(audit.out, QString());
+    QVERIFY(host({QStringLiteral("--help")}, false)
+                .out.contains(QStringLiteral("Registro de auditoría: cuando la base de descargas "
+                                             "tiene la tabla DIPAUD")));
+    // check-stock says what it always said.
+    const Result table = host({QStringLiteral("check-stock")});
+    QCOMPARE(table.exitCode, 0);
+    QCOMPARE(table.out,
+             QStringLiteral("Stock correcto: ARTDSC = ARTCAT - suma(DIPCAN) en las 14 líneas de "
+                            "stock.\n"));
+    const QJsonObject object = json(
+        host({QStringLiteral("check-stock"), QStringLiteral("--format"), QStringLiteral("json")}));
+    QCOMPARE(object.keys(), (QStringList{"database", "differences", "over_discharged", "repaired",
+                                         "stock_lines"}));
+}
+
+void tst_HostCommands::operatorWithAQuoteIsRefused()
+{
+    QCOMPARE(host({QStringLiteral("init"), QStringLiteral("--force"), QStringLiteral("--audit")})
+                 .exitCode,
+             0);
+    const int rows = scalar("select count(*) from DIPAUD").toInt();
+    const Result refused =
+        host({QStringLiteral("discharge"), QStringLiteral("--subitem"), QStringLiteral("2"),
+              QStringLiteral("--operator"), QStringLiteral("O'Brien")});
+    QCOMPARE(refused.exitCode, 1);
+    QVERIFY2(refused.err.contains(QStringLiteral("Nombre de operador inválido (sin comillas): "
+                                                 "O'Brien")),
+             qPrintable(refused.err));
+    QCOMPARE(scalar("select count(*) from DIP where EXTINT = 'OP-2025-0042'").toInt(), 0);
+    QCOMPARE(scalar("select count(*) from DIPAUD").toInt(), rows);
+}
+
+void tst_HostCommands::checkStockReplaysTheTrail_data()
+{
+    // Changes made by hand, not through the component, and what check-stock then finds.
+    QTest::addColumn<QStringList>("changes");
+    // Whether ARTDSC = ARTCAT - suma(DIPCAN) breaks too.
+    QTest::addColumn<bool>("stockDifference");
+    // The stock line the audit table must name.
+    QTest::addColumn<QString>("line");
+    // check-stock's exit code after --repair.
+    QTest::addColumn<int>("afterRepair");
+    QTest::newRow("availability updated")
+        << QStringList{"update INS set ARTDSC = 999 where INTDCL = '24001IT04000552X' and ARTNRO "
+                       "= 'TELA-ALG' and ARTSBT = 1"}
+        << true << QStringLiteral("24001IT04000552X  TELA-ALG") << 0;
+    QTest::newRow("discharge line and availability updated together")
+        << QStringList{"update DIP set DIPCAN = DIPCAN + 1 where rowid = (select min(rowid) from "
+                       "DIP where ARTDCL = '24001IT04000552X' and ARTNRO = 'TELA-ALG' and ARTSBT "
+                       "= 1)",
+                       "update INS set ARTDSC = ARTDSC - 1 where INTDCL = '24001IT04000552X' and "
+                       "ARTNRO = 'TELA-ALG' and ARTSBT = 1"}
+        << false << QStringLiteral("24001IT04000552X  TELA-ALG") << 5;
+    QTest::newRow("discharge line inserted with its availability")
+        << QStringList{"insert into DIP (EXTINT, EXTSBT, CATNRO, PRDNRO, ARTDCL, ARTNRO, ARTITM, "
+                       "ARTSBT, DIPCAN) select EXTINT, EXTSBT, CATNRO, PRDNRO, ARTDCL, ARTNRO, "
+                       "ARTITM, ARTSBT, 5 from DIP where ARTDCL = '24001IT04000552X' and ARTNRO = "
+                       "'CIERRE-20'",
+                       "update INS set ARTDSC = ARTDSC - 5 where INTDCL = '24001IT04000552X' and "
+                       "ARTNRO = 'CIERRE-20'"}
+        << false << QStringLiteral("24001IT04000552X  CIERRE-20") << 5;
+    QTest::newRow("audit row appended")
+        << QStringList{"insert into DIPAUD (AUDFEC, AUDUSR, AUDQUE, EXTINT, EXTSBT, INTDCL, "
+                       "ARTNRO, "
+                       "ARTITM, ARTSBT, AUDANT, AUDNUE) values ('2027-05-10T00:00:00.000Z', 'x', "
+                       "'DIP alta', 'OP-2025-0042', 2, '24073IT04000389P', 'BOTON-12', 3, 1, 0, "
+                       "5)"}
+        << false << QStringLiteral("24073IT04000389P  BOTON-12") << 5;
+}
+
+void tst_HostCommands::checkStockReplaysTheTrail()
+{
+    QFETCH(QStringList, changes);
+    QFETCH(bool, stockDifference);
+    QFETCH(QString, line);
+    QFETCH(int, afterRepair);
+    dischargeWithTheTrail();
+    const Result clean = host({QStringLiteral("check-stock")});
+    QCOMPARE(clean.exitCode, 0);
+    QVERIFY2(clean.out.contains(QStringLiteral("Registro de auditoría correcto")),
+             qPrintable(clean.out));
+    const QJsonObject cleanObject = json(
+        host({QStringLiteral("check-stock"), QStringLiteral("--format"), QStringLiteral("json")}));
+    QCOMPARE(cleanObject.value("audit_differences").toArray().size(), 0);
+    QVERIFY(cleanObject.contains("audit_differences"));
+
+    for (const QString& change : changes)
+        execute(change);
+    const Result found = host({QStringLiteral("check-stock")});
+    QCOMPARE(found.exitCode, 5);
+    const QString heading =
+        QStringLiteral("Líneas de stock que el registro de auditoría no explica: 1");
+    QVERIFY2(found.out.contains(heading), qPrintable(found.out));
+    QVERIFY2(found.out.mid(found.out.indexOf(heading)).contains(line), qPrintable(found.out));
+    QCOMPARE(found.out.contains(QStringLiteral("Líneas de stock con diferencias")),
+             stockDifference);
+    const Result asJson =
+        host({QStringLiteral("check-stock"), QStringLiteral("--format"), QStringLiteral("json")});
+    QCOMPARE(asJson.exitCode, 5);
+    const QJsonArray unexplained = json(asJson).value("audit_differences").toArray();
+    QCOMPARE(unexplained.size(), 1);
+    const QJsonObject row = unexplained.first().toObject();
+    QCOMPARE(row.value("declaration").toString() + u"  " + row.value("input").toString(), line);
+    QCOMPARE(row.keys(), (QStringList{"available", "declaration", "declared", "input", "item",
+                                      "last_recorded", "moved", "replayed", "sub"}));
+
+    // --repair writes availabilities only: the trail keeps every row as it was.
+    const int rows = scalar("select count(*) from DIPAUD").toInt();
+    const QString last = scalar("select AUDFEC || AUDUSR || AUDQUE from DIPAUD order by AUDNRO "
+                                "desc limit 1")
+                             .toString();
+    QCOMPARE(host({QStringLiteral("check-stock"), QStringLiteral("--repair")}).exitCode, 5);
+    QCOMPARE(scalar("select count(*) from DIPAUD").toInt(), rows);
+    QCOMPARE(scalar("select AUDFEC || AUDUSR || AUDQUE from DIPAUD order by AUDNRO desc limit 1")
+                 .toString(),
+             last);
+    QCOMPARE(host({QStringLiteral("check-stock")}).exitCode, afterRepair);
+}

@@ -1,6 +1,9 @@
 #include "HostProgram.h"
 #include "PgTestDatabase.h"
 
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QJsonObject>
 #include <QProcess>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -28,6 +31,8 @@ private Q_SLOTS:
     void roleWithoutCreateReadsTheStock();
     void passwordLeavesTheProcessList();
     void applicationNameReachesTheServer();
+    void auditTrailAsOnSqliteFiles_data();
+    void auditTrailAsOnSqliteFiles();
 
 private:
     using Result = HostRun;
@@ -450,3 +455,98 @@ void tst_HostDatabases::applicationNameReachesTheServer()
 
 QTEST_GUILESS_MAIN(tst_HostDatabases)
 #include "tst_HostDatabases.moc"
+
+void tst_HostDatabases::auditTrailAsOnSqliteFiles_data()
+{
+    QTest::addColumn<QStringList>("filter");
+    QTest::newRow("everything") << QStringList{};
+    QTest::newRow("operation") << QStringList{"--operation", "OP-2025-0042"};
+    QTest::newRow("declaration") << QStringList{"--declaration", "24073IT04000389P"};
+    QTest::newRow("before the day") << QStringList{"--to", "2000-01-01"};
+}
+
+// The trail of the same discharges and removal on the server and on files: the same rows
+// (their times and the order within one unit aside), and check-stock replays both.
+void tst_HostDatabases::auditTrailAsOnSqliteFiles()
+{
+    QFETCH(QStringList, filter);
+    const QStringList files = {
+        QStringLiteral("--discharge-db"), m_dir.filePath(QStringLiteral("audit-d.sqlite")),
+        QStringLiteral("--host-db"), m_dir.filePath(QStringLiteral("audit-h.sqlite"))};
+    const QStringList server = {QStringLiteral("--database"), m_uri};
+    const QStringList by = {QStringLiteral("--operator"), QStringLiteral("Ana Pérez")};
+    const QList<QStringList> commands = {
+        {QStringLiteral("init"), QStringLiteral("--force"), QStringLiteral("--audit")},
+        {QStringLiteral("discharge"), QStringLiteral("--all")},
+        {QStringLiteral("remove"), QStringLiteral("--subitem"), QStringLiteral("1")},
+    };
+    for (const QStringList& command : commands) {
+        const Result onServer = host(command + server + by);
+        QCOMPARE(onServer.exitCode, host(command + files + by).exitCode);
+    }
+    // The rows of a listing without their numbers and times, sorted.
+    const auto rows = [this](const QStringList& arguments) {
+        const Result result = host(QStringList{QStringLiteral("audit"), QStringLiteral("--format"),
+                                               QStringLiteral("json")} +
+                                   arguments);
+        QStringList texts;
+        for (const QJsonValue& value :
+             QJsonDocument::fromJson(result.out.toUtf8()).object().value("audit").toArray()) {
+            QJsonObject row = value.toObject();
+            row.remove(QStringLiteral("number"));
+            row.remove(QStringLiteral("time"));
+            texts << QString::fromUtf8(QJsonDocument(row).toJson(QJsonDocument::Compact));
+        }
+        texts.sort();
+        return std::pair(result.exitCode, texts);
+    };
+    const auto onServer = rows(filter + server);
+    QCOMPARE(onServer.first, 0);
+    QCOMPARE(onServer, rows(filter + files));
+    QCOMPARE(onServer.second.isEmpty(), filter.contains(QStringLiteral("--to")));
+
+    const Result clean = host(QStringList{QStringLiteral("check-stock")} + server);
+    QCOMPARE(clean.exitCode, 0);
+    QVERIFY2(clean.out.contains(u"Registro de auditoría correcto"), qPrintable(clean.out));
+    // Without --operator the rows name the role.
+    QCOMPARE(host(QStringList{QStringLiteral("remove"), QStringLiteral("--subitem"),
+                              QStringLiteral("2")} +
+                  server)
+                 .exitCode,
+             0);
+    QSqlQuery who(owner());
+    QVERIFY(who.exec(QStringLiteral("select distinct AUDUSR from DIPAUD where AUDQUE = 'DIP "
+                                    "baja' and EXTSBT = 2")));
+    QVERIFY(who.next());
+    QCOMPARE(who.value(0).toString(), m_user);
+
+    // An availability changed by hand, not through the component.
+    QVERIFY(administer(QStringLiteral("update INS set ARTDSC = 999 where INTDCL = "
+                                      "'24073IT04000389P' and ARTNRO = 'BOTON-12'")));
+    const Result found = host(QStringList{QStringLiteral("check-stock"), QStringLiteral("--format"),
+                                          QStringLiteral("json")} +
+                              server);
+    QCOMPARE(found.exitCode, 5);
+    const QJsonArray unexplained =
+        QJsonDocument::fromJson(found.out.toUtf8()).object().value("audit_differences").toArray();
+    QCOMPARE(unexplained.size(), 1);
+    QCOMPARE(unexplained.first().toObject().value("input").toString(), QStringLiteral("BOTON-12"));
+    QSqlQuery count(owner());
+    QVERIFY(count.exec(QStringLiteral("select count(*), max(AUDNRO) from DIPAUD")));
+    QVERIFY(count.next());
+    const QString before = count.value(0).toString() + u' ' + count.value(1).toString();
+    QCOMPARE(host(QStringList{QStringLiteral("check-stock"), QStringLiteral("--repair")} + server)
+                 .exitCode,
+             5);
+    QVERIFY(count.exec(QStringLiteral("select count(*), max(AUDNRO) from DIPAUD")));
+    QVERIFY(count.next());
+    QCOMPARE(count.value(0).toString() + u' ' + count.value(1).toString(), before);
+
+    // init --force takes the trail away with the discharges, as it does with a file.
+    QCOMPARE(host(QStringList{QStringLiteral("init"), QStringLiteral("--force")} + server).exitCode,
+             0);
+    QVERIFY(count.exec(QStringLiteral("select to_regclass('dipaud') is null")));
+    QVERIFY(count.next());
+    QVERIFY(count.value(0).toBool());
+    QCOMPARE(host(QStringList{QStringLiteral("audit")} + server).exitCode, 2);
+}
