@@ -239,32 +239,31 @@ void tst_HostDatabases::connectionFailuresSayWhy_data()
 {
     QTest::addColumn<QString>("uri");
     QTest::addColumn<int>("exitCode");
-    QTest::addColumn<QString>("error");
-    const QString socket = QStringLiteral("connection to server on socket \"%1/.s.PGSQL.%2\" "
-                                          "failed: FATAL:  ")
-                               .arg(m_socket, m_port);
+    // The host's words before libpq's text, the server's reason within that text (libpq's
+    // wording around it differs between systems: a socket or TCP, Winsock's error numbers),
+    // and the host's words after it.
+    QTest::addColumn<QString>("opening");
+    QTest::addColumn<QString>("reason");
+    QTest::addColumn<QString>("closing");
     // Port 1 of this machine: nothing listens there.
     const QString refused =
         QStringLiteral("postgresql://%1@127.0.0.1:1/%2").arg(m_user, m_database);
     QTest::newRow("no server on the port")
-        << refused << 9
-        << QStringLiteral("No se pudo conectar con %1: connection to server at \"127.0.0.1\", "
-                          "port 1 failed: Connection refused\n\tIs the server running on that "
-                          "host and accepting TCP/IP connections?\n")
-               .arg(refused);
+        << refused << 9 << QStringLiteral("No se pudo conectar con %1: ").arg(refused)
+        << QStringLiteral("port 1 failed: Connection refused") << QStringLiteral("\n");
     const QString role = socketUri(QStringLiteral("nadie"), m_database);
-    QTest::newRow("unknown role")
-        << role << 9
-        << QStringLiteral("No se pudo conectar con %1: %2role \"nadie\" does not exist\n")
-               .arg(role, socket);
+    QTest::newRow("unknown role") << role << 9
+                                  << QStringLiteral("No se pudo conectar con %1: ").arg(role)
+                                  << QStringLiteral("FATAL:  role \"nadie\" does not exist")
+                                  << QStringLiteral("\n");
     const QString database = socketUri(m_user, QStringLiteral("ninguna"));
     QTest::newRow("missing database")
         << database << 2
-        << QStringLiteral("No existe la base de datos ninguna en el servidor de %1: %2database "
-                          "\"ninguna\" does not exist\nCréela en el servidor (CREATE DATABASE) y "
-                          "luego sus tablas con: oquivran-host init --discharge-db %1 --host-db "
-                          "%1\n")
-               .arg(database, socket);
+        << QStringLiteral("No existe la base de datos ninguna en el servidor de %1: ").arg(database)
+        << QStringLiteral("FATAL:  database \"ninguna\" does not exist")
+        << QStringLiteral("\nCréela en el servidor (CREATE DATABASE) y luego sus tablas con: "
+                          "oquivran-host init --discharge-db %1 --host-db %1\n")
+               .arg(database);
 }
 
 // A connection that fails says the server's reason, with an exit code for the server that
@@ -273,14 +272,23 @@ void tst_HostDatabases::connectionFailuresSayWhy()
 {
     QFETCH(QString, uri);
     QFETCH(int, exitCode);
-    QFETCH(QString, error);
+    QFETCH(QString, opening);
+    QFETCH(QString, reason);
+    QFETCH(QString, closing);
     QList<QStringList> commands = {{QStringLiteral("check-stock")}, {QStringLiteral("init")}};
     // init --force first removes the tables: a server that refuses says so there.
     if (exitCode == 9)
         commands.append({QStringLiteral("init"), QStringLiteral("--force")});
     for (const QStringList& command : commands) {
         const Result result = hostInC(command + QStringList{QStringLiteral("--database"), uri});
-        QCOMPARE(result.err, error);
+        QVERIFY2(result.err.startsWith(opening), qPrintable(result.err));
+        QVERIFY2(result.err.endsWith(closing), qPrintable(result.err));
+        // libpq's text stands between them, and holds the server's reason.
+        const QString server =
+            result.err.mid(opening.size(), result.err.size() - opening.size() - closing.size());
+        QVERIFY2(server.contains(reason), qPrintable(result.err));
+        QVERIFY2(!server.contains(u'\n') || server.contains(QStringLiteral("\n\tIs the server")),
+                 qPrintable(result.err));
         QCOMPARE(result.out, QString());
         QCOMPARE(result.exitCode, exitCode);
     }
