@@ -54,6 +54,10 @@ done
 }
 
 work="$state/work-$name"
+wine_server() { WINEPREFIX="$state/prefix-$name" /usr/lib/wine/wineserver "$@"; }
+# The server of an earlier run of this test outlives it for a few seconds and writes the
+# registry into the prefix as it ends: stopped first, it cannot refill the folder being removed.
+[[ -d "$state/prefix-$name" ]] && { wine_server -k 2>/dev/null || true; }
 rm -rf "$state/prefix-$name" "$work"
 mkdir -p "$work"
 windows_path() { printf 'Z:%s' "${1//\//\\}"; }
@@ -63,7 +67,6 @@ wine() { "$wine_run" --state "$state" --prefix "$name" ${path:+--path "$path"} "
 from_console() { iconv -f CP437 -t UTF-8; }
 status=0
 
-wine_server() { WINEPREFIX="$state/prefix-$name" /usr/lib/wine/wineserver "$@"; }
 if ((${#windows[@]})); then
     missing=()
     for tool in Xvfb xdotool xwd xwdtopnm pnmtopng; do
@@ -95,16 +98,22 @@ regsvr32_flags() {
 
 if [[ -n "$register" ]]; then
     # shellcheck disable=SC2046
-    if ! wine regsvr32 $(regsvr32_flags "$register") "$dll"; then
-        echo "FAIL: regsvr32 $(regsvr32_flags "$register") $dll"
+    code=0
+    wine regsvr32 $(regsvr32_flags "$register") "$dll" || code=$?
+    if ((code != 0)); then
+        # Silent, regsvr32 says nothing: its exit code tells which step failed (3 no entry
+        # point, 4 the DLL not loaded, 5 the entry point failed).
+        echo "FAIL: regsvr32 $(regsvr32_flags "$register") $dll exited $code"
         exit 1
     fi
     echo "registered ($register): $dll"
 fi
 if [[ -n "$unregister" ]]; then
     # shellcheck disable=SC2046
-    if ! wine regsvr32 /u $(regsvr32_flags "$unregister") "$dll"; then
-        echo "FAIL: regsvr32 /u $(regsvr32_flags "$unregister") $dll"
+    code=0
+    wine regsvr32 /u $(regsvr32_flags "$unregister") "$dll" || code=$?
+    if ((code != 0)); then
+        echo "FAIL: regsvr32 /u $(regsvr32_flags "$unregister") $dll exited $code"
         status=1
     fi
     echo "unregistered ($unregister)"
