@@ -8,12 +8,12 @@
 namespace oquivran {
 
 // The SQL text of the audit trail: each statement appends to DIPAUD the rows of one change that
-// a unit of atomic writes is about to make (or has just made, for an inserted line), with the
-// same values and where-clause as the change itself, so that what it records is what is
-// written. who is the SQL value of AUDUSR: a quoted name, or oquivran_audit_user() for the
-// database's own (the role on the server, the operating-system user on SQLite). Text values are
-// written between quotes without escaping; a value holding a quote is refused with a
-// RuntimeError before any text is built.
+// a unit of atomic writes is about to make (or has just made: inserted lines, and the
+// availabilities a refresh wrote, recorded from what it read and wrote), with the same values
+// and where-clause as the change itself, so that what it records is what is written. who is the SQL
+// value of AUDUSR: a quoted name, or oquivran_audit_user() for the database's own (the role on the
+// server, the operating-system user on SQLite). Text values are written between quotes without
+// escaping; a value holding a quote is refused with a RuntimeError before any text is built.
 class AuditStatements
 {
 public:
