@@ -3,6 +3,7 @@
 #include "DateText.h"
 #include "NumberFormat.h"
 #include "NumberText.h"
+#include "OperatingSystemUser.h"
 
 #include <QByteArray>
 #include <QDateTime>
@@ -173,12 +174,9 @@ void auditTime(sqlite3_context* context, int, sqlite3_value**)
 void auditUser(sqlite3_context* context, int, sqlite3_value**)
 {
     guarded(context, [&] {
-        for (const char* name : {"USERNAME", "USER", "LOGNAME"}) {
-            const QString user = qEnvironmentVariable(name);
-            if (!user.isEmpty())
-                return resultText(context, user);
-        }
-        resultText(context, QStringLiteral("?"));
+        // Looked up once, not for each row: who runs the process does not change while it runs.
+        static const QString user = OperatingSystemUser::name();
+        resultText(context, user);
     });
 }
 

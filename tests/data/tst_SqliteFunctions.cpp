@@ -1,10 +1,13 @@
 #include "DateText.h"
 #include "LocaleText.h"
 #include "NumberText.h"
+#include "OperatingSystemUser.h"
 #include "SqliteFunctions.h"
 #include "TempDatabase.h"
 
 #include <QDate>
+#include <QDateTime>
+#include <QRegularExpression>
 #include <QSqlError>
 #include <QSqlQuery>
 #include <QTest>
@@ -267,6 +270,35 @@ private Q_SLOTS:
             QCOMPARE(outcome.value.toString(), expected.toString());
         else
             QCOMPARE(outcome.value.toDouble(), expected.toDouble());
+    }
+
+    // Who the audit trail names on SQLite when the host gives no name.
+    void auditUser()
+    {
+        const Outcome outcome = evaluate(QStringLiteral("oquivran_audit_user()"));
+        QCOMPARE(outcome.error, QString());
+        QCOMPARE(outcome.type, QStringLiteral("text"));
+        QCOMPARE(outcome.value.toString(), oquivran::OperatingSystemUser::name());
+    }
+
+    // When: local time with milliseconds and the offset from UTC, read back as the instant it
+    // was written.
+    void auditTime()
+    {
+        const QDateTime before = QDateTime::currentDateTime();
+        const Outcome outcome = evaluate(QStringLiteral("oquivran_audit_time()"));
+        const QDateTime after = QDateTime::currentDateTime();
+        QCOMPARE(outcome.error, QString());
+        QCOMPARE(outcome.type, QStringLiteral("text"));
+        const QString text = outcome.value.toString();
+        static const QRegularExpression shape(
+            QStringLiteral(R"(^\d{4}-\d{2}-\d{2}T\d{2}:\d{2}:\d{2}\.\d{3}(Z|[+-]\d{2}:\d{2})$)"));
+        QVERIFY2(shape.match(text).hasMatch(), qPrintable(text));
+        const QDateTime written = QDateTime::fromString(text, Qt::ISODateWithMs);
+        QVERIFY(written.isValid());
+        QCOMPARE(written.offsetFromUtc(), before.offsetFromUtc());
+        // Milliseconds are whole: the instant is at most one below the clock's.
+        QVERIFY2(written.msecsTo(before) <= 1 && written <= after, qPrintable(text));
     }
 
     void functionsBelongToConnection()

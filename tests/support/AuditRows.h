@@ -2,6 +2,7 @@
 
 #include "DischargeFixture.h"
 
+#include "OperatingSystemUser.h"
 #include "Schema.h"
 
 #include <QSqlError>
@@ -51,12 +52,7 @@ inline QString databaseUser(const DischargeFixture& f)
 {
     if (FixtureDatabase::onPostgreSql())
         return f.scalar("select current_user").toString();
-    for (const char* name : {"USERNAME", "USER", "LOGNAME"}) {
-        const QString user = qEnvironmentVariable(name);
-        if (!user.isEmpty())
-            return user;
-    }
-    return QStringLiteral("?");
+    return oquivran::OperatingSystemUser::name();
 }
 
 } // namespace auditrows
