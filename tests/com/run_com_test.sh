@@ -101,8 +101,8 @@ if [[ -n "$register" ]]; then
     code=0
     wine regsvr32 $(regsvr32_flags "$register") "$dll" || code=$?
     if ((code != 0)); then
-        # Silent, regsvr32 says nothing: its exit code tells which step failed (3 no entry
-        # point, 4 the DLL not loaded, 5 the entry point failed).
+        # Silent, regsvr32 says nothing: its exit code tells which of its steps failed
+        # (loading the DLL, finding the entry point, the entry point itself).
         echo "FAIL: regsvr32 $(regsvr32_flags "$register") $dll exited $code"
         exit 1
     fi
