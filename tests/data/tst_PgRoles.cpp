@@ -1,3 +1,4 @@
+#include "AuditRows.h"
 #include "DischargeFixture.h"
 #include "LocaleText.h"
 #include "MessageRecorder.h"
@@ -53,15 +54,9 @@ public:
     {
         if (!f.isOpen())
             return;
-        Schema::create(f.discharge(), Schema::Database::Audit);
+        auditrows::create(f);
         Schema::createRoles(f.discharge());
-        f.addDeclaration("D1", QDate(2026, 1, 1));
-        f.addDeclaration("D2", QDate(2026, 2, 1));
-        f.addStock("D1", "ART1", 1, 1, 10, 2);
-        f.addStock("D2", "ART1", 3, 2, 5, 2);
-        f.addProduct("CAT", "PRD", 1);
-        f.addRelation("CAT", "PRD", "ART1", 1);
-        f.setSubItem("OP1", 1, "CAT", "PRD", 12);
+        auditrows::seedStock(f, 12);
         operatorRole = std::make_unique<PgTestRole>(f.discharge(), QStringLiteral("operador"),
                                                     QStringList{Operator});
         auditorRole = std::make_unique<PgTestRole>(f.discharge(), QStringLiteral("auditor"),

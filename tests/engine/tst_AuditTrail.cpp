@@ -17,18 +17,6 @@ using namespace oquivran;
 
 namespace {
 
-// Stock of two lines of ART1 (10 on D1, 5 on D2) and product PRD taking 1 ART1 a unit.
-void seed(DischargeFixture& f, double quantity)
-{
-    f.addDeclaration("D1", QDate(2026, 1, 1));
-    f.addDeclaration("D2", QDate(2026, 2, 1));
-    f.addStock("D1", "ART1", 1, 1, 10, 2);
-    f.addStock("D2", "ART1", 3, 2, 5, 2);
-    f.addProduct("CAT", "PRD", 1);
-    f.addRelation("CAT", "PRD", "ART1", 1);
-    f.setSubItem("OP1", 1, "CAT", "PRD", quantity);
-}
-
 // EliminarInsumo's unit, as the component runs it.
 bool removeSubItem()
 {
@@ -86,7 +74,7 @@ private Q_SLOTS:
         DischargeFixture f;
         MessageRecorder messages;
         auditrows::create(f);
-        seed(f, 12);
+        auditrows::seedStock(f, 12);
         setAtomicWrites(true);
         QVERIFY2(dischargeAsProposed(false), qPrintable(messages.lastPrompt()));
         QCOMPARE(f.dischargeRowCount(), 2);
@@ -108,7 +96,7 @@ private Q_SLOTS:
         DischargeFixture f;
         MessageRecorder messages;
         auditrows::create(f);
-        seed(f, 12);
+        auditrows::seedStock(f, 12);
         setAtomicWrites(true);
         QVERIFY(setAuditTrail(true, operatorName));
         const QString who = operatorName.isEmpty() ? auditrows::databaseUser(f) : operatorName;
@@ -157,7 +145,7 @@ private Q_SLOTS:
         DischargeFixture f;
         MessageRecorder messages;
         auditrows::create(f);
-        seed(f, 4);
+        auditrows::seedStock(f, 4);
         setAtomicWrites(true);
         QVERIFY(setAuditTrail(true, QStringLiteral("Op")));
         QVERIFY2(dischargeAsProposed(false), qPrintable(messages.lastPrompt()));
@@ -177,7 +165,7 @@ private Q_SLOTS:
         DischargeFixture f;
         MessageRecorder messages;
         auditrows::create(f);
-        seed(f, 10.3333);
+        auditrows::seedStock(f, 10.3333);
         setAtomicWrites(true);
         QVERIFY(setAuditTrail(true));
         QVERIFY2(dischargeAsProposed(false), qPrintable(messages.lastPrompt()));
@@ -204,7 +192,7 @@ private Q_SLOTS:
         DischargeFixture f;
         MessageRecorder messages;
         auditrows::create(f);
-        seed(f, 4);
+        auditrows::seedStock(f, 4);
         QSqlQuery query(f.discharge());
         QVERIFY(query.exec("insert into DIP (EXTINT, EXTSBT, ARTDCL, ARTNRO, ARTITM, ARTSBT, "
                            "CATNRO, PRDNRO, DIPCAN) values ('OLD', 1, 'D1', 'ART1', 1, 1, 'CAT', "
@@ -233,7 +221,7 @@ private Q_SLOTS:
         DischargeFixture f;
         MessageRecorder messages;
         auditrows::create(f);
-        seed(f, 4);
+        auditrows::seedStock(f, 4);
         setAtomicWrites(true);
         QVERIFY(setAuditTrail(true));
         QVERIFY(dischargeAsProposed(false));

@@ -14,6 +14,19 @@
 // after, separated by "|" ("null" for a null). Test-side SQL only.
 namespace auditrows {
 
+// The stock the audit trail's tests discharge from: two lines of ART1 (10 on D1, 5 on D2), and
+// product PRD taking 1 ART1 a unit, quantity of it on sub-item 1 of OP1.
+inline void seedStock(DischargeFixture& f, double quantity)
+{
+    f.addDeclaration("D1", QDate(2026, 1, 1));
+    f.addDeclaration("D2", QDate(2026, 2, 1));
+    f.addStock("D1", "ART1", 1, 1, 10, 2);
+    f.addStock("D2", "ART1", 3, 2, 5, 2);
+    f.addProduct("CAT", "PRD", 1);
+    f.addRelation("CAT", "PRD", "ART1", 1);
+    f.setSubItem("OP1", 1, "CAT", "PRD", quantity);
+}
+
 // Creates the audit table beside a fixture's discharge tables.
 inline void create(const DischargeFixture& f)
 {
