@@ -10,7 +10,6 @@
 #include <oquivran/clQUIVRAN.h>
 
 #include <QCoreApplication>
-#include <QDateTime>
 #include <QDir>
 #include <QFileInfo>
 #include <QRegularExpression>
@@ -369,29 +368,24 @@ bool HostDatabases::createAuditTrail(const QString& operatorName)
         return false;
     if (existed)
         return true;
-    const bool server = m_discharge.driverName() == u"QPSQL";
+    // Written through the component's data object, with its functions for when and who: the
+    // server's clock and role on PostgreSQL, the local time and the account on SQLite, as in
+    // the rows the component writes afterwards.
     QString who = operatorName;
-    for (const char* name : {"USERNAME", "USER", "LOGNAME"}) {
-        if (!who.isEmpty() || server)
-            break;
-        who = qEnvironmentVariable(name);
-    }
-    // The server names its role itself, as the component's rows do.
-    const QString whoSql =
-        server && operatorName.isEmpty() ? QStringLiteral("current_user") : QStringLiteral("?");
-    QSqlQuery opening(m_discharge);
-    opening.prepare(QStringLiteral("insert into DIPAUD (AUDFEC, AUDUSR, AUDQUE, EXTINT, EXTSBT, "
-                                   "INTDCL, ARTNRO, ARTITM, ARTSBT, AUDANT, AUDNUE) select ?, ") +
-                    whoSql +
-                    QStringLiteral(", 'DIP alta', EXTINT, EXTSBT, ARTDCL, ARTNRO, ARTITM, ARTSBT, "
-                                   "0, DIPCAN from DIP order by EXTINT, EXTSBT, ARTDCL, ARTNRO, "
-                                   "ARTITM, ARTSBT"));
-    const QDateTime now = QDateTime::currentDateTime();
-    opening.addBindValue(now.toOffsetFromUtc(now.offsetFromUtc()).toString(Qt::ISODateWithMs));
-    if (whoSql == u"?")
-        opening.addBindValue(who.isEmpty() ? QStringLiteral("?") : who);
-    if (!opening.exec()) {
-        setTablesError(m_discharge, opening.lastError().text());
+    const QString whoSql = who.isEmpty() ? QStringLiteral("oquivran_audit_user()")
+                                         : u'\'' + who.replace(u'\'', QLatin1String("''")) + u'\'';
+    try {
+        m_dischargeData->setSql(
+            QStringLiteral(
+                "insert into DIPAUD (AUDFEC, AUDUSR, AUDQUE, EXTINT, EXTSBT, INTDCL, "
+                "ARTNRO, ARTITM, ARTSBT, AUDANT, AUDNUE) select oquivran_audit_time(), ") +
+            whoSql +
+            QStringLiteral(", 'DIP alta', EXTINT, EXTSBT, ARTDCL, ARTNRO, ARTITM, ARTSBT, 0, "
+                           "DIPCAN from DIP order by EXTINT, EXTSBT, ARTDCL, ARTNRO, ARTITM, "
+                           "ARTSBT"));
+        m_dischargeData->execute();
+    } catch (const oquivran::RuntimeError& error) {
+        setTablesError(m_discharge, error.description);
         return false;
     }
     return true;

@@ -66,6 +66,7 @@ private Q_SLOTS:
     void auditRefusesBadDates();
     void auditWithoutTheTrail();
     void operatorWithAQuoteIsRefused();
+    void openingRowsNameWhoTheComponentNames();
     void checkStockReplaysTheTrail_data();
     void checkStockReplaysTheTrail();
 
@@ -170,6 +171,38 @@ void tst_HostCommands::dischargeWithTheTrail()
                   by)
                  .exitCode,
              0);
+}
+
+// Without --operator, the rows that init writes for the lines already there name the same
+// person, the same way, as the rows the component writes afterwards: the account, not what the
+// environment says.
+void tst_HostCommands::openingRowsNameWhoTheComponentNames()
+{
+    QProcessEnvironment impostor;
+    for (const char* variable : {"USER", "LOGNAME"})
+        impostor.insert(QString::fromLatin1(variable), QStringLiteral("otro"));
+    QCOMPARE(host({QStringLiteral("init"), QStringLiteral("--force"), QStringLiteral("--audit")},
+                  true, impostor)
+                 .exitCode,
+             0);
+    const int opening = scalar("select count(*) from DIPAUD").toInt();
+    QCOMPARE(opening, 2);
+    QCOMPARE(host({QStringLiteral("discharge"), QStringLiteral("--subitem"), QStringLiteral("2")},
+                  true, impostor)
+                 .exitCode,
+             0);
+    QVERIFY(scalar("select count(*) from DIPAUD").toInt() > opening);
+    QCOMPARE(scalar("select count(distinct AUDUSR) from DIPAUD").toInt(), 1);
+    const QString who = scalar("select AUDUSR from DIPAUD where AUDNRO = 1").toString();
+    QVERIFY(!who.isEmpty() && who != u"?");
+#ifndef Q_OS_WIN
+    QVERIFY2(who != u"otro", qPrintable(who));
+#endif
+    // When, as the component writes it: local time with milliseconds and its offset.
+    QVERIFY(QRegularExpression(
+                QStringLiteral(R"(^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}(Z|[+-]\d\d:\d\d)$)"))
+                .match(scalar("select AUDFEC from DIPAUD where AUDNRO = 1").toString())
+                .hasMatch());
 }
 
 QJsonObject tst_HostCommands::json(const Result& result)
