@@ -92,6 +92,21 @@ void StatementPipeline::release()
 template <typename Step> void StatementPipeline::run(const QString& sql, Run kind, Step step)
 {
     const StatementDriver::Connection current = connection();
+    // A text of a shape run lately, whose shared form is kept, runs without being lexed.
+    QVariantList values;
+    const QString* form = m_shapes.match(sql, values);
+    if (form) {
+        if (PreparedStatement* statement = m_cache.find(*form)) {
+            if (step(*statement, values) == Ending::Done)
+                return;
+            m_cache.remove(*form);
+            // A stale statement: the text runs once as written, as below.
+            const std::unique_ptr<PreparedStatement> once =
+                m_driver.prepareOnce(SqlLexer::lex(sql));
+            step(*once, QVariantList());
+            return;
+        }
+    }
     bool runAsShared = false;
     // The text is lexed once: the tokens of its shared form are worked out from these, and
     // only when that form is prepared.
@@ -99,6 +114,10 @@ template <typename Step> void StatementPipeline::run(const QString& sql, Run kin
     // Given back when the run ends, after the shared form that shares it.
     const auto giveBack = qScopeGuard([&] { m_tokens = std::move(lexed.tokens); });
     if (std::optional<LiteralParameters::Result> shared = LiteralParameters::extract(lexed)) {
+        // A shape found whose form is not kept (forgotten, or it does not prepare) is
+        // remembered already.
+        if (!form)
+            m_shapes.remember(sql, *shared);
         PreparedStatement* statement = m_cache.find(shared->text);
         if (!statement) {
             if (std::unique_ptr<PreparedStatement> prepared =

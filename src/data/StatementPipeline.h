@@ -1,5 +1,6 @@
 #pragma once
 
+#include "LiteralShapes.h"
 #include "SqlLexer.h"
 #include "StatementCache.h"
 #include "StatementDriver.h"
@@ -13,7 +14,8 @@ namespace oquivran {
 class Recordset;
 
 // How every data object runs the component's text, whatever its database: the text's literals
-// are taken out as values (LiteralParameters), its shared form is looked up among the
+// are taken out as values (LiteralParameters; for a text of a shape run lately, LiteralShapes
+// without lexing it), its shared form is looked up among the
 // statements kept and prepared by the driver when it is not there, the values are bound, the
 // driver steps through the rows and decodes them, and the pipeline builds the recordset. A
 // text that is not shared, or whose shared form does not prepare, is prepared for one run as
@@ -50,6 +52,7 @@ private:
 
     StatementDriver& m_driver;
     StatementCache m_cache;
+    LiteralShapes m_shapes;
     // The token list of the text run before, room for the next one's.
     QList<SqlLexer::Token> m_tokens;
     bool m_visiting = false;
