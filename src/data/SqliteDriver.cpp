@@ -118,7 +118,11 @@ public:
     sqlite3_stmt* statement = nullptr;
     Recordset empty;         // its fields, no rows: each result starts as a copy
     QList<bool> dateColumns; // columns declared DATE
-    bool kept = false;       // kept by the pipeline between runs, reset after each
+    // Each column's last text: rows of one result mostly repeat a declaration, a customs
+    // office or a C.T.C., and a text equal to the last one is shared rather than decoded.
+    QStringList lastTexts;
+    QList<QByteArray> boundTexts; // the texts bound for the current run, as UTF-8
+    bool kept = false;            // kept by the pipeline between runs, reset after each
 };
 
 bool onlySeparators(const char* begin, const char* end)
@@ -175,7 +179,22 @@ QDate isoDate(const QString& text)
     return QDate(year, month, day);
 }
 
-QVariant columnValue(sqlite3_stmt* statement, int column, bool dateColumn)
+// True when `last` holds exactly these UTF-8 bytes and all of them are ASCII; a text with
+// other characters is decoded each time.
+bool sameText(const QString& last, const char* bytes, int size)
+{
+    if (last.size() != size || last.isNull())
+        return false;
+    const QChar* letters = last.constData();
+    for (int i = 0; i < size; ++i) {
+        const auto byte = static_cast<unsigned char>(bytes[i]);
+        if (byte >= 0x80 || letters[i].unicode() != byte)
+            return false;
+    }
+    return true;
+}
+
+QVariant columnValue(sqlite3_stmt* statement, int column, bool dateColumn, QString& lastText)
 {
     switch (sqlite3_column_type(statement, column)) {
     case SQLITE_INTEGER:
@@ -184,7 +203,10 @@ QVariant columnValue(sqlite3_stmt* statement, int column, bool dateColumn)
         return QVariant(sqlite3_column_double(statement, column));
     case SQLITE_TEXT: {
         const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
-        const QString value = QString::fromUtf8(text, sqlite3_column_bytes(statement, column));
+        const int size = sqlite3_column_bytes(statement, column);
+        if (!sameText(lastText, text, size))
+            lastText = QString::fromUtf8(text, size);
+        const QString& value = lastText;
         if (dateColumn) {
             const QDate date = isoDate(value);
             if (date.isValid())
@@ -214,21 +236,47 @@ void describe(Prepared& prepared)
         prepared.dateColumns.append(declaredKind(sqlite3_column_decltype(stmt, c)) ==
                                     ColumnKind::Date);
     }
+    prepared.lastTexts = QStringList(columns);
     prepared.empty = Recordset(names);
 }
 
-// Binds the values taken out of a kept statement's text: whole numbers and texts.
-void bind(const Prepared& prepared, const QVariantList& values)
+// Writes a text as UTF-8 into `buffer`, reusing its room; false when the text is not all
+// ASCII, which is left to Qt's encoder.
+bool asciiInto(QByteArray& buffer, const QString& text)
 {
+    const qsizetype size = text.size();
+    buffer.resize(size);
+    const QChar* letters = text.constData();
+    char* bytes = buffer.data();
+    for (qsizetype i = 0; i < size; ++i) {
+        const char16_t letter = letters[i].unicode();
+        if (letter >= 0x80)
+            return false;
+        bytes[i] = char(letter);
+    }
+    return true;
+}
+
+// Binds the values taken out of a kept statement's text: whole numbers and texts. The texts
+// are bound from the statement's own buffers, which hold them until the next run binds again
+// or the statement is finalized, so SQLite need not copy them.
+void bind(Prepared& prepared, const QVariantList& values)
+{
+    if (prepared.boundTexts.size() < values.size())
+        prepared.boundTexts.resize(values.size());
     int index = 1;
     for (const QVariant& value : values) {
         if (value.typeId() == QMetaType::LongLong) {
-            sqlite3_bind_int64(prepared.statement, index++, value.toLongLong());
+            sqlite3_bind_int64(prepared.statement, index, value.toLongLong());
         } else {
-            const QByteArray text = value.toString().toUtf8();
-            sqlite3_bind_text(prepared.statement, index++, text.constData(), int(text.size()),
-                              SQLITE_TRANSIENT);
+            QByteArray& text = prepared.boundTexts[index - 1];
+            const QString written = value.toString();
+            if (!asciiInto(text, written))
+                text = written.toUtf8();
+            sqlite3_bind_text(prepared.statement, index, text.constData(), int(text.size()),
+                              SQLITE_STATIC);
         }
+        ++index;
     }
 }
 
@@ -423,7 +471,7 @@ StatementDriver::Ending SqliteDriver::query(PreparedStatement& statement,
         row.clear();
         row.reserve(columns);
         for (int c = 0; c < columns; ++c)
-            row.append(columnValue(stmt, c, prepared.dateColumns.at(c)));
+            row.append(columnValue(stmt, c, prepared.dateColumns.at(c), prepared.lastTexts[c]));
         if (!receiver.row(row))
             return Ending::Done;
     }

@@ -287,6 +287,65 @@ private Q_SLOTS:
         QVERIFY(rs.value(QStringLiteral("RALCAN")).isNull());
     }
 
+    // The same statement run again with other texts stores each as given, and rows that repeat
+    // a text, or follow one with another, read back each their own: ASCII or not, empty, with a
+    // quote, or null.
+    void textsRunAfterRun()
+    {
+        DataObject& dao = *m_dao;
+        const QStringList texts = {QStringLiteral("ARG"),
+                                   QStringLiteral("ARG"),
+                                   QStringLiteral("ñandú"),
+                                   QStringLiteral("ñandú"),
+                                   QString(),
+                                   QStringLiteral("ñandú"),
+                                   QStringLiteral(""),
+                                   QStringLiteral(""),
+                                   QStringLiteral("AR"),
+                                   QStringLiteral("ARGENTINA"),
+                                   QStringLiteral("o'brien"),
+                                   QStringLiteral("€ 1"),
+                                   QStringLiteral("ARG"),
+                                   QString(),
+                                   QString(),
+                                   QStringLiteral("arg")};
+        for (int i = 0; i < texts.size(); ++i) {
+            const QString value =
+                texts.at(i).isNull()
+                    ? QStringLiteral("null")
+                    : u'\'' +
+                          QString(texts.at(i)).replace(QStringLiteral("'"), QStringLiteral("''")) +
+                          u'\'';
+            QCOMPARE(run(dao, u"insert into DIP (EXTINT, EXTSBT, DIPCTC) values ('T', " +
+                                  QString::number(i + 1) + u", " + value + u")"),
+                     1);
+        }
+        for (int pass = 0; pass < 2; ++pass) {
+            Recordset rs = rows(dao, QStringLiteral("select EXTSBT, DIPCTC from DIP where EXTINT = "
+                                                    "'T' order by EXTSBT"));
+            QCOMPARE(rs.recordCount(), texts.size());
+            for (int i = 0; i < texts.size(); ++i, rs.moveNext()) {
+                const QVariant stored = rs.value(QStringLiteral("DIPCTC"));
+                QCOMPARE(stored.isNull(), texts.at(i).isNull());
+                if (!texts.at(i).isNull())
+                    QCOMPARE(stored.toString(), texts.at(i));
+            }
+        }
+        // Row by row as well, each row read while the statement steps on.
+        QVariantList seen;
+        dao.setSql(QStringLiteral("select DIPCTC from DIP where EXTINT = 'T' order by EXTSBT"));
+        QVERIFY(dao.forEachRow([&](const Recordset& row) {
+            seen.append(row.value(QStringLiteral("DIPCTC")));
+            return true;
+        }));
+        QCOMPARE(seen.size(), texts.size());
+        for (int i = 0; i < texts.size(); ++i) {
+            QCOMPARE(seen.at(i).isNull(), texts.at(i).isNull());
+            if (!texts.at(i).isNull())
+                QCOMPARE(seen.at(i).toString(), texts.at(i));
+        }
+    }
+
     void quotedLocaleValues_data()
     {
         QTest::addColumn<double>("quantity");
