@@ -15,6 +15,36 @@ bool continuesNumber(char16_t c)
            c == u'_' || c == u'$' || c == u'.' || c >= 0x80;
 }
 
+// The value at `index`, appended when the list is that long only.
+QVariant& slot(QVariantList& values, qsizetype index)
+{
+    if (index == values.size())
+        values.append(QVariant());
+    return values[index];
+}
+
+// Sets a value to a text literal's content (between its quotes, a doubled quote standing for
+// one). A text the value already holds, which no one else holds, is written over: the
+// statements of a loop bring as many texts each time, and none of them is allocated again.
+void setText(QVariant& value, QStringView quoted)
+{
+    QString* held =
+        value.typeId() == QMetaType::QString ? static_cast<QString*>(value.data()) : nullptr;
+    if (!held || !held->isDetached()) {
+        value = QVariant(QString());
+        held = static_cast<QString*>(value.data());
+    }
+    held->resize(quoted.size());
+    QChar* out = held->data();
+    qsizetype written = 0;
+    for (qsizetype i = 0; i < quoted.size(); ++i) {
+        out[written++] = quoted[i];
+        if (quoted[i] == u'\'' && i + 1 < quoted.size() && quoted[i + 1] == u'\'')
+            ++i;
+    }
+    held->truncate(written);
+}
+
 } // namespace
 
 void LiteralShapes::remember(const QString& source, const LiteralParameters::Result& shared)
@@ -41,7 +71,6 @@ void LiteralShapes::remember(const QString& source, const LiteralParameters::Res
 const QString* LiteralShapes::match(const QString& sql, QVariantList& values)
 {
     for (qsizetype index = 0; index < m_shapes.size(); ++index) {
-        values.clear();
         if (!matches(m_shapes.at(index), sql, values))
             continue;
         // The most recent first, so that the statements of a loop are found at once.
@@ -49,6 +78,7 @@ const QString* LiteralShapes::match(const QString& sql, QVariantList& values)
             m_shapes.move(index, 0);
         return &m_shapes.first().shared;
     }
+    values.clear();
     return nullptr;
 }
 
@@ -57,6 +87,7 @@ bool LiteralShapes::matches(const Shape& shape, QStringView sql, QVariantList& v
     const QStringView source(shape.source);
     qsizetype from = 0; // in source
     qsizetype at = 0;   // in sql
+    qsizetype filled = 0;
     for (const Literal& literal : shape.literals) {
         // The text before the literal, as the shape has it.
         const qsizetype before = literal.start - from;
@@ -69,22 +100,17 @@ bool LiteralShapes::matches(const Shape& shape, QStringView sql, QVariantList& v
             if (at >= sql.size() || sql[at] != u'\'')
                 return false;
             qsizetype close = at;
-            bool doubled = false;
             for (;;) {
                 close = sql.indexOf(u'\'', close + 1);
                 if (close < 0)
                     return false;
                 if (close + 1 < sql.size() && sql[close + 1] == u'\'') {
-                    doubled = true;
                     ++close;
                     continue;
                 }
                 break;
             }
-            QString value = sql.mid(at + 1, close - at - 1).toString();
-            if (doubled)
-                value.replace(QStringLiteral("''"), QStringLiteral("'"));
-            values.append(QVariant(std::move(value)));
+            setText(slot(values, filled++), sql.mid(at + 1, close - at - 1));
             at = close + 1;
         } else {
             // Digits alone, at most 18 of them, where the number ends: LiteralParameters
@@ -98,12 +124,15 @@ bool LiteralShapes::matches(const Shape& shape, QStringView sql, QVariantList& v
             // number), so its comparison would refuse the text anyway: this says why at once.
             if (end == at || (end < sql.size() && continuesNumber(sql[end].unicode())))
                 return false;
-            values.append(QVariant(number));
+            slot(values, filled++) = QVariant(number);
             at = end;
         }
     }
     // The text after the last literal, to the end.
-    return sql.size() - at == source.size() - from && sql.mid(at) == source.mid(from);
+    if (sql.size() - at != source.size() - from || sql.mid(at) != source.mid(from))
+        return false;
+    values.resize(filled);
+    return true;
 }
 
 } // namespace oquivran

@@ -27,7 +27,9 @@ public:
     void remember(const QString& source, const LiteralParameters::Result& shared);
     // The shared form of sql when it has a shape remembered, with its literals' values in
     // values (as LiteralParameters gives them: QString or qint64); nullptr when it has none,
-    // and values are then unspecified. The form stays valid until the next remember().
+    // and values are then empty. The values already in the list are written over, so a list
+    // given back run after run holds its texts without allocating them again. The form stays
+    // valid until the next remember().
     const QString* match(const QString& sql, QVariantList& values);
     // Forgets every shape.
     void clear() { m_shapes.clear(); }

@@ -93,7 +93,8 @@ template <typename Step> void StatementPipeline::run(const QString& sql, Run kin
 {
     const StatementDriver::Connection current = connection();
     // A text of a shape run lately, whose shared form is kept, runs without being lexed.
-    QVariantList values;
+    QVariantList values = std::move(m_values);
+    const auto giveBackValues = qScopeGuard([&] { m_values = std::move(values); });
     const QString* form = m_shapes.match(sql, values);
     if (form) {
         if (PreparedStatement* statement = m_cache.find(*form)) {

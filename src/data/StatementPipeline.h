@@ -55,6 +55,8 @@ private:
     LiteralShapes m_shapes;
     // The token list of the text run before, room for the next one's.
     QList<SqlLexer::Token> m_tokens;
+    // The values taken out of the text being run, kept for the next run to fill again.
+    QVariantList m_values;
     bool m_visiting = false;
 };
 

@@ -16,6 +16,9 @@ class tst_LiteralShapes : public QObject
 private:
     // What the shapes of remembered give sql, beside what extract() gives it.
     static void compare(const QStringList& remembered, const QString& sql, bool found);
+    // That a shape's form and values for sql are those extract() gives it.
+    static void sameAsExtracted(const QString& sql, const QString& form,
+                                const QVariantList& values);
 
 private Q_SLOTS:
     void sameAsTakingOut_data();
@@ -23,6 +26,7 @@ private Q_SLOTS:
     void randomLiterals();
     void mostRecentFirst();
     void capacity();
+    void oneListRunAfterRun();
 };
 
 void tst_LiteralShapes::compare(const QStringList& remembered, const QString& sql, bool found)
@@ -36,11 +40,16 @@ void tst_LiteralShapes::compare(const QStringList& remembered, const QString& sq
     QVariantList values;
     const QString* form = shapes.match(sql, values);
     QCOMPARE(form != nullptr, found);
-    if (!form)
-        return;
+    if (form)
+        sameAsExtracted(sql, *form, values);
+}
+
+void tst_LiteralShapes::sameAsExtracted(const QString& sql, const QString& form,
+                                        const QVariantList& values)
+{
     const std::optional<LiteralParameters::Result> expected = LiteralParameters::extract(sql);
-    QVERIFY(expected);
-    QCOMPARE(*form, expected->text);
+    QVERIFY2(expected, qPrintable(sql));
+    QCOMPARE(form, expected->text);
     QCOMPARE(values, expected->values);
     for (qsizetype i = 0; i < values.size(); ++i)
         QCOMPARE(values.at(i).typeId(), expected->values.at(i).typeId());
@@ -195,6 +204,43 @@ void tst_LiteralShapes::capacity()
     compare(remembered, QStringLiteral("select A from T1 where B = 2"), true);
     compare(remembered,
             QStringLiteral("select A from T%1 where B = 2").arg(LiteralShapes::Capacity), true);
+}
+
+// One value list given back run after run, as the statement pipeline does, holds each text's
+// values alone: longer and shorter texts, doubled quotes, a text where a number was, an empty
+// text; a value a caller kept from an earlier run is not written over.
+void tst_LiteralShapes::oneListRunAfterRun()
+{
+    const QStringList remembered = {QStringLiteral("select A from T where B = 'x' and C = 1"),
+                                    QStringLiteral("select A from T where B = 2 and C = 'y'")};
+    LiteralShapes shapes;
+    for (const QString& text : remembered)
+        shapes.remember(text, *LiteralParameters::extract(text));
+    const QStringList texts = {
+        QStringLiteral("select A from T where B = 'a long text, the longest' and C = 5"),
+        QStringLiteral("select A from T where B = 'ab''c' and C = 6"),
+        QStringLiteral("select A from T where B = 'zz' and C = 7"),
+        QStringLiteral("select A from T where B = 8 and C = 'ñandú'''"),
+        QStringLiteral("select A from T where B = 9 and C = ''"),
+        QStringLiteral("select A from T where B = '''' and C = 10"),
+        QStringLiteral("select A from T where B = 'after' and C = 11")};
+    QVariantList values;
+    QVariant kept;
+    QString keptText;
+    for (const QString& sql : texts) {
+        const QString* form = shapes.match(sql, values);
+        QVERIFY2(form, qPrintable(sql));
+        sameAsExtracted(sql, *form, values);
+        if (QTest::currentTestFailed())
+            return;
+        if (kept.isValid())
+            QCOMPARE(kept.toString(), keptText);
+        // Each text's first value is kept until the next one.
+        kept = values.at(0);
+        keptText = kept.toString();
+    }
+    QVERIFY(!shapes.match(QStringLiteral("select B from T"), values));
+    QVERIFY(values.isEmpty());
 }
 
 QTEST_GUILESS_MAIN(tst_LiteralShapes)
