@@ -30,6 +30,14 @@ public:
     // Value of a field in the current row. Throws RuntimeError 3265 for an unknown field and
     // 3021 "No current record." when eof() is true.
     QVariant value(const QString& field) const;
+    // Position of a field among fieldNames(), found as value() finds it; -1 when there is none.
+    // Rows of one result share their fields, so a loop finds each position once.
+    int indexOf(const QString& field) const { return fieldIndex(field); }
+    // The positions of several fields, in the order given.
+    QList<int> indexOf(const QStringList& fields) const;
+    // Value of the field at a position given by indexOf() in the current row. Throws the same
+    // errors as value() by name: 3265 for a position out of range (-1 included), 3021 at eof().
+    QVariant value(int index) const;
 
     // Field names in query order.
     QStringList fieldNames() const { return m_fieldNames; }

@@ -31,8 +31,21 @@ int Recordset::recordCount() const
 
 QVariant Recordset::value(const QString& field) const
 {
-    const int index = fieldIndex(field);
-    if (index < 0)
+    return value(fieldIndex(field));
+}
+
+QList<int> Recordset::indexOf(const QStringList& fields) const
+{
+    QList<int> positions;
+    positions.reserve(fields.size());
+    for (const QString& field : fields)
+        positions.append(fieldIndex(field));
+    return positions;
+}
+
+QVariant Recordset::value(int index) const
+{
+    if (index < 0 || index >= m_fieldNames.size())
         throw RuntimeError(ItemNotFound,
                            QStringLiteral("Item cannot be found in the collection corresponding "
                                           "to the requested name or ordinal."),

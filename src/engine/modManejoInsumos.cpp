@@ -25,20 +25,55 @@ namespace oquivran {
 
 namespace {
 
-double real(const Recordset& rs, const QString& field)
+// A field of the current row, by name or by a position from Recordset::indexOf.
+template <typename Field> double real(const Recordset& rs, const Field& field)
 {
     return ValueConversion::toReal(rs.value(field));
 }
 
-QString text(const Recordset& rs, const QString& field)
+template <typename Field> QString text(const Recordset& rs, const Field& field)
 {
     return ValueConversion::toText(rs.value(field));
 }
 
-qint16 whole(const Recordset& rs, const QString& field)
+template <typename Field> qint16 whole(const Recordset& rs, const Field& field)
 {
     return WholeNumber::toInt16(real(rs, field));
 }
+
+// The relation's fields, in the order of RelationField.
+enum RelationField {
+    RelationInput,
+    RelationDescription,
+    RelationRequired,
+    RelationQuantity,
+    RelationShrinkage,
+    RelationLoss,
+    RelationShrinkageKind,
+    RelationLossKind,
+    RelationObligatory
+};
+const QStringList relationFields = {
+    QStringLiteral("ARTNRO"),  QStringLiteral("RPADES"), QStringLiteral("sRIPCAN"),
+    QStringLiteral("oRIPCAN"), QStringLiteral("RIPMER"), QStringLiteral("RIPPER"),
+    QStringLiteral("TRPMER"),  QStringLiteral("TRPPER"), QStringLiteral("DIPOBL")};
+
+// A stock line's fields, in the order of StockField.
+enum StockField {
+    StockDeclaration,
+    StockInput,
+    StockItem,
+    StockSubItem,
+    StockTariffPosition,
+    StockUnitPrice,
+    StockCtc,
+    StockReference,
+    StockAvailable
+};
+const QStringList stockFields = {
+    QStringLiteral("sINTDCL"), QStringLiteral("ARTNRO"), QStringLiteral("ARTITM"),
+    QStringLiteral("ARTSBT"),  QStringLiteral("ARTNCM"), QStringLiteral("ARTPRE"),
+    QStringLiteral("ARTCTC"),  QStringLiteral("INSEXP"), QStringLiteral("ARTDSC")};
 
 DischargeStatements::SubItem currentSubItem()
 {
@@ -91,18 +126,19 @@ bool modManejoInsumos::GetRIP()
             throw relationError(QStringLiteral("No se encontro ningun insumo para este articulo."));
 
         state.relationList.reserve(rs.recordCount());
+        const QList<int> at = rs.indexOf(relationFields);
         for (rs.moveFirst(); !rs.eof(); rs.moveNext()) {
             RipEntry entry;
-            entry.inputCode = text(rs, QStringLiteral("ARTNRO"));
-            entry.description = text(rs, QStringLiteral("RPADES"));
+            entry.inputCode = text(rs, at[RelationInput]);
+            entry.description = text(rs, at[RelationDescription]);
             entry.requiredQuantity =
-                NumberFormat::rounded(real(rs, QStringLiteral("sRIPCAN")), state.valueFormat);
-            entry.relationQuantity = real(rs, QStringLiteral("oRIPCAN"));
-            entry.shrinkage = text(rs, QStringLiteral("RIPMER"));
-            entry.loss = text(rs, QStringLiteral("RIPPER"));
-            entry.shrinkageKind = whole(rs, QStringLiteral("TRPMER"));
-            entry.lossKind = whole(rs, QStringLiteral("TRPPER"));
-            entry.obligatory = whole(rs, QStringLiteral("DIPOBL"));
+                NumberFormat::rounded(real(rs, at[RelationRequired]), state.valueFormat);
+            entry.relationQuantity = real(rs, at[RelationQuantity]);
+            entry.shrinkage = text(rs, at[RelationShrinkage]);
+            entry.loss = text(rs, at[RelationLoss]);
+            entry.shrinkageKind = whole(rs, at[RelationShrinkageKind]);
+            entry.lossKind = whole(rs, at[RelationLossKind]);
+            entry.obligatory = whole(rs, at[RelationObligatory]);
             state.relationList.append(entry);
         }
         return true;
@@ -147,20 +183,24 @@ bool modManejoInsumos::Obtener_RIP_A_DIP(const QString& inputCode, double requir
             // Stock lines are read in FIFO order only until the requirement is covered.
             double taken = 0;
             bool covered = false;
+            // The fields' positions, found at the first row.
+            QList<int> at;
             // A run-time error part way through leaves the lines built so far in the list:
             // nothing done before an error is undone.
             const bool found = BoundData::forEachRow(
                 DischargeStatements::stockOfInput(inputCode), [&](const Recordset& rs) {
+                    if (at.isEmpty())
+                        at = rs.indexOf(stockFields);
                     DipCandidate line = proposed;
-                    line.declaration = text(rs, QStringLiteral("sINTDCL"));
-                    line.inputCode = text(rs, QStringLiteral("ARTNRO"));
-                    line.item = whole(rs, QStringLiteral("ARTITM"));
-                    line.subItem = whole(rs, QStringLiteral("ARTSBT"));
-                    line.tariffPosition = text(rs, QStringLiteral("ARTNCM"));
-                    line.unitPrice = real(rs, QStringLiteral("ARTPRE"));
-                    line.ctc = TextRules::trim(text(rs, QStringLiteral("ARTCTC")));
-                    line.exportReference = TextRules::trim(text(rs, QStringLiteral("INSEXP")));
-                    const double available = real(rs, QStringLiteral("ARTDSC"));
+                    line.declaration = text(rs, at[StockDeclaration]);
+                    line.inputCode = text(rs, at[StockInput]);
+                    line.item = whole(rs, at[StockItem]);
+                    line.subItem = whole(rs, at[StockSubItem]);
+                    line.tariffPosition = text(rs, at[StockTariffPosition]);
+                    line.unitPrice = real(rs, at[StockUnitPrice]);
+                    line.ctc = TextRules::trim(text(rs, at[StockCtc]));
+                    line.exportReference = TextRules::trim(text(rs, at[StockReference]));
+                    const double available = real(rs, at[StockAvailable]);
                     state.candidateLines.append(line);
                     DipCandidate& appended = state.candidateLines.last();
 

@@ -31,6 +31,17 @@ private:
         return 0;
     }
 
+    // The same for a position.
+    static qint32 errorAt(const Recordset& rs, int index)
+    {
+        try {
+            rs.value(index);
+        } catch (const RuntimeError& error) {
+            return error.number;
+        }
+        return 0;
+    }
+
 private Q_SLOTS:
     void emptyRecordset()
     {
@@ -83,6 +94,8 @@ private Q_SLOTS:
         QFETCH(double, expected);
         const Recordset rs = threeRows();
         QCOMPARE(rs.value(field).toDouble(), expected);
+        QCOMPARE(rs.indexOf(field), 1);
+        QCOMPARE(rs.value(rs.indexOf(field)).toDouble(), expected);
     }
 
     void firstDuplicateWins()
@@ -115,6 +128,39 @@ private Q_SLOTS:
         Recordset rs(fields);
         rs.appendRow({1, 2, 3});
         QCOMPARE(rs.value(name).toInt(), expected);
+        QCOMPARE(rs.indexOf(name), expected - 1);
+        QCOMPARE(rs.value(rs.indexOf(name)).toInt(), expected);
+    }
+
+    // A position reads as the name it was found by, and fails as the name would.
+    void positions_data()
+    {
+        QTest::addColumn<QString>("name");
+        QTest::addColumn<int>("index");
+        QTest::addColumn<int>("rows");
+        QTest::addColumn<qint32>("error");
+        QTest::newRow("first") << "ARTNRO" << 0 << 3 << 0;
+        QTest::newRow("second") << "artcat" << 1 << 3 << 0;
+        QTest::newRow("unknown") << "ARTITM" << -1 << 3 << qint32(oquivran::ItemNotFound);
+        QTest::newRow("unknown at eof") << "X" << -1 << 0 << qint32(oquivran::ItemNotFound);
+        QTest::newRow("at eof") << "ArtCat" << 1 << 0 << qint32(oquivran::NoCurrentRecord);
+    }
+    void positions()
+    {
+        QFETCH(QString, name);
+        QFETCH(int, index);
+        QFETCH(int, rows);
+        QFETCH(qint32, error);
+        Recordset rs = threeRows();
+        for (int i = 0; i < 3 - rows; ++i)
+            rs.moveNext();
+        QCOMPARE(rs.indexOf(name), index);
+        QCOMPARE(errorAt(rs, index), error);
+        QCOMPARE(errorOf(rs, name), error);
+        if (error == 0)
+            QCOMPARE(rs.value(index), rs.value(name));
+        // Past the last field, as before the first.
+        QCOMPARE(errorAt(rs, 2), qint32(oquivran::ItemNotFound));
     }
 
     // One recordset can carry each row of a query in turn; a copy keeps the row it was made on.
