@@ -50,15 +50,25 @@ QString NumberText::toText(double value, const LocaleRules& rules)
             continue;
         if (*units == 0)
             return QStringLiteral("0");
+        // Written out in one buffer and made a text once: numbers go into most statements.
         const quint64 scale = DecimalDigits::unitScale(decimals);
-        QString text = std::signbit(value) ? QStringLiteral("-") : QString();
-        text += QString::number(*units / scale);
-        if (decimals > 0) {
-            text += rules.decimalSeparator();
-            const QString fraction = QString::number(*units % scale);
-            text += QString(decimals - fraction.size(), u'0');
-            text += fraction;
-        }
+        char digits[48];
+        char* end = digits;
+        if (std::signbit(value))
+            *end++ = '-';
+        end = std::to_chars(end, digits + sizeof digits, *units / scale).ptr;
+        const auto whole = QLatin1String(digits, end - digits);
+        if (decimals == 0)
+            return QString(whole);
+        char fraction[8];
+        quint64 rest = *units % scale;
+        for (int i = decimals - 1; i >= 0; --i, rest /= 10)
+            fraction[i] = char('0' + rest % 10);
+        QString text;
+        text.reserve(whole.size() + 1 + decimals);
+        text.append(whole);
+        text.append(rules.decimalSeparator());
+        text.append(QLatin1String(fraction, decimals));
         return text;
     }
     const DecimalDigits digits(value);
