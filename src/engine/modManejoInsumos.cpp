@@ -5,6 +5,7 @@
 #include "BoundData.h"
 #include "DischargeStatements.h"
 #include "ErrorMessage.h"
+#include "FieldPositions.h"
 #include "Messages.h"
 #include "ModuleState.h"
 #include "NumberFormat.h"
@@ -74,6 +75,8 @@ const QStringList stockFields = {
     QStringLiteral("sINTDCL"), QStringLiteral("ARTNRO"), QStringLiteral("ARTITM"),
     QStringLiteral("ARTSBT"),  QStringLiteral("ARTNCM"), QStringLiteral("ARTPRE"),
     QStringLiteral("ARTCTC"),  QStringLiteral("INSEXP"), QStringLiteral("ARTDSC")};
+// Every input's stock comes from one kept statement, whose fields are found once.
+FieldPositions stockPositions(stockFields);
 
 DischargeStatements::SubItem currentSubItem()
 {
@@ -183,14 +186,11 @@ bool modManejoInsumos::Obtener_RIP_A_DIP(const QString& inputCode, double requir
             // Stock lines are read in FIFO order only until the requirement is covered.
             double taken = 0;
             bool covered = false;
-            // The fields' positions, found at the first row.
-            QList<int> at;
             // A run-time error part way through leaves the lines built so far in the list:
             // nothing done before an error is undone.
             const bool found = BoundData::forEachRow(
                 DischargeStatements::stockOfInput(inputCode), [&](const Recordset& rs) {
-                    if (at.isEmpty())
-                        at = rs.indexOf(stockFields);
+                    const QList<int>& at = stockPositions.in(rs);
                     DipCandidate line = proposed;
                     line.declaration = text(rs, at[StockDeclaration]);
                     line.inputCode = text(rs, at[StockInput]);

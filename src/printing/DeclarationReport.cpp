@@ -1,4 +1,5 @@
 #include "DeclarationReport.h"
+#include "FieldPositions.h"
 
 #include "ModuleState.h"
 #include "NumberFormat.h"
@@ -17,6 +18,13 @@ const QString totalFormat = QStringLiteral("0.00");
 // The columns whose totals the closing block shows, and the first column's title there.
 const QStringList totalledColumns = {QStringLiteral("Cant Ins."), QStringLiteral("Perdida"),
                                      QStringLiteral("Merma"), QStringLiteral("CIF Total")};
+
+// The fields a detail line shows, found once in the rows of the kept statement of lines.
+enum DetailField { Discharged, Price, RealQuantity, Declaration, Input, Expiry, Ctc, Relation };
+FieldPositions detailPositions({QStringLiteral("DIPCANex"), QStringLiteral("ARTPRE"),
+                                QStringLiteral("RALCANex"), QStringLiteral("ARTDCL"),
+                                QStringLiteral("ARTNRO"), QStringLiteral("INTVEN"),
+                                QStringLiteral("DIPCTC"), QStringLiteral("RIPCANex")});
 
 } // namespace
 
@@ -55,24 +63,25 @@ QString DeclarationReport::headingPrefix(const QString& idarticulo) const
 QStringList DeclarationReport::detailValues(const Recordset& row, ReportTotals& totals) const
 {
     const ModuleState& state = moduleState();
-    const double discharged = real(row, QStringLiteral("DIPCANex"));
+    const QList<int>& at = detailPositions.in(row);
+    const double discharged = real(row, at[Discharged]);
     const QString quantity = NumberFormat::format(discharged, state.valueFormat);
     const LossAndShrinkage figures = lossAndShrinkage(row, discharged, totals);
-    const double price = real(row, QStringLiteral("ARTPRE"));
+    const double price = real(row, at[Price]);
     const QString unitPrice = NumberFormat::format(price, unitPriceFormat);
     // The CIF total is taken from the real quantity, not the discharged one, each as printed.
-    const double cifValue = shown(real(row, QStringLiteral("RALCANex")), state.valueFormat) *
-                            shown(price, unitPriceFormat);
+    const double cifValue =
+        shown(real(row, at[RealQuantity]), state.valueFormat) * shown(price, unitPriceFormat);
     const QString cif = NumberFormat::format(cifValue, totalFormat);
 
     totals.inputQuantity += shown(discharged, state.valueFormat);
     totals.cif += shown(cifValue, totalFormat);
 
-    return {text(row, QStringLiteral("ARTDCL")),
-            text(row, QStringLiteral("ARTNRO")),
-            text(row, QStringLiteral("INTVEN")),
-            text(row, QStringLiteral("DIPCTC")),
-            formatted(row, QStringLiteral("RIPCANex"), state.valueFormat),
+    return {text(row, at[Declaration]),
+            text(row, at[Input]),
+            text(row, at[Expiry]),
+            text(row, at[Ctc]),
+            formatted(row, at[Relation], state.valueFormat),
             quantity,
             figures.loss,
             figures.shrinkage,

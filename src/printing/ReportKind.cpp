@@ -1,5 +1,6 @@
 #include "ReportKind.h"
 
+#include "FieldPositions.h"
 #include "ModuleState.h"
 #include "NumberFormat.h"
 #include "ReportBuffer.h"
@@ -8,6 +9,16 @@
 #include <oquivran/Recordset.h>
 
 namespace oquivran {
+
+namespace {
+
+// A line's loss and shrinkage, each by its kind (a quantity or a percentage) and its figure;
+// the lines of every sub-item come from one kept statement, whose fields are found once.
+enum LossField { LossKind, LossFigure, ShrinkageKind, ShrinkageFigure };
+FieldPositions lossPositions({QStringLiteral("TRPPER"), QStringLiteral("RIPPER"),
+                              QStringLiteral("TRPMER"), QStringLiteral("RIPMER")});
+
+} // namespace
 
 ReportKind::~ReportKind() = default;
 
@@ -44,10 +55,10 @@ ReportKind::LossAndShrinkage ReportKind::lossAndShrinkage(const Recordset& row, 
                                                           ReportTotals& totals)
 {
     const QString& pattern = moduleState().secondFormat;
-    const double loss = lossOrShrinkage(row.value(QStringLiteral("TRPPER")),
-                                        row.value(QStringLiteral("RIPPER")), base);
-    const double shrinkage = lossOrShrinkage(row.value(QStringLiteral("TRPMER")),
-                                             row.value(QStringLiteral("RIPMER")), base);
+    const QList<int>& at = lossPositions.in(row);
+    const double loss = lossOrShrinkage(row.value(at[LossKind]), row.value(at[LossFigure]), base);
+    const double shrinkage =
+        lossOrShrinkage(row.value(at[ShrinkageKind]), row.value(at[ShrinkageFigure]), base);
     const LossAndShrinkage result = {NumberFormat::format(loss, pattern),
                                      NumberFormat::format(shrinkage, pattern)};
     totals.loss += shown(loss, pattern);
@@ -70,9 +81,24 @@ double ReportKind::real(const Recordset& row, const QString& field)
     return ValueConversion::toReal(row.value(field));
 }
 
+QString ReportKind::text(const Recordset& row, int position)
+{
+    return ValueConversion::toText(row.value(position));
+}
+
+double ReportKind::real(const Recordset& row, int position)
+{
+    return ValueConversion::toReal(row.value(position));
+}
+
 QString ReportKind::formatted(const Recordset& row, const QString& field, const QString& pattern)
 {
     return NumberFormat::format(real(row, field), pattern);
+}
+
+QString ReportKind::formatted(const Recordset& row, int position, const QString& pattern)
+{
+    return NumberFormat::format(real(row, position), pattern);
 }
 
 double ReportKind::shown(double value, const QString& pattern)

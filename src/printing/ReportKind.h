@@ -58,8 +58,12 @@ protected:
     // value-conversion object.
     static QString text(const Recordset& row, const QString& field);
     static double real(const Recordset& row, const QString& field);
+    // The same by a field's position (FieldPositions).
+    static QString text(const Recordset& row, int position);
+    static double real(const Recordset& row, int position);
     // A field formatted with a pattern.
     static QString formatted(const Recordset& row, const QString& field, const QString& pattern);
+    static QString formatted(const Recordset& row, int position, const QString& pattern);
     // The number a value formatted with a pattern shows: what the totals add. Throws
     // RuntimeError 13 when that text shows no number.
     static double shown(double value, const QString& pattern);
