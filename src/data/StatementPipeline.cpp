@@ -102,9 +102,7 @@ template <typename Step> void StatementPipeline::run(const QString& sql, Run kin
                 return;
             m_cache.remove(*form);
             // A stale statement: the text runs once as written, as below.
-            const std::unique_ptr<PreparedStatement> once =
-                m_driver.prepareOnce(SqlLexer::lex(sql));
-            step(*once, QVariantList());
+            runOnce(SqlLexer::lex(sql), step);
             return;
         }
     }
@@ -135,7 +133,12 @@ template <typename Step> void StatementPipeline::run(const QString& sql, Run kin
     // Statements kept may not outlive a change of the tables made by a text run once.
     if (kind == Run::Action && !runAsShared && !m_driver.keepsStatementsAcrossChanges())
         release();
-    const std::unique_ptr<PreparedStatement> once = m_driver.prepareOnce(lexed);
+    runOnce(lexed, step);
+}
+
+template <typename Step> void StatementPipeline::runOnce(const SqlLexer::Lexed& text, Step& step)
+{
+    const std::unique_ptr<PreparedStatement> once = m_driver.prepareOnce(text);
     step(*once, QVariantList());
 }
 

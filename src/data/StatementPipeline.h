@@ -49,6 +49,8 @@ public:
 private:
     enum class Run { Query, Action };
     template <typename Step> void run(const QString& sql, Run kind, Step step);
+    // Runs a text as written, prepared for this run only, with no values to bind.
+    template <typename Step> void runOnce(const SqlLexer::Lexed& text, Step& step);
 
     StatementDriver& m_driver;
     StatementCache m_cache;
