@@ -3,6 +3,7 @@
 #include "Schema.h"
 #include "TestStatement.h"
 
+#include <QDeadlineTimer>
 #include <QHash>
 #include <QMap>
 #include <QProcess>
@@ -333,6 +334,26 @@ inline QProcess* startWorker(const QString& program, const QString& file, const 
         arguments << products;
     process->start(program, arguments);
     return process;
+}
+
+// Waits for a worker to end, until the deadline at most; true when it has ended, now or before
+// the call. QProcess::waitForFinished gives false for a process whose end was already seen,
+// which happens under Wine while another worker is being waited for.
+inline bool waitForEnd(QProcess& process, QDeadlineTimer deadline)
+{
+    if (process.state() == QProcess::NotRunning)
+        return true;
+    process.waitForFinished(int(qMax<qint64>(deadline.remainingTime(), 0)));
+    return process.state() == QProcess::NotRunning;
+}
+
+// A worker's state, error and arguments, for a failure's message.
+inline QString describe(const QProcess& process)
+{
+    return QStringLiteral("state %1, error %2 (%3): %4")
+        .arg(int(process.state()))
+        .arg(int(process.error()))
+        .arg(process.errorString(), process.arguments().join(u' '));
 }
 
 } // namespace stress

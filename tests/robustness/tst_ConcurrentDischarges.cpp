@@ -121,11 +121,15 @@ private:
         // it, a worker on the server has taken over two minutes.
         const QDeadlineTimer deadline(std::chrono::minutes(8));
         for (QProcess* process : processes) {
-            const bool finished = process->waitForFinished(int(deadline.remainingTime()));
+            const bool finished = stress::waitForEnd(*process, deadline);
             [&] {
                 QVERIFY2(finished, qPrintable(QStringLiteral("a worker was still running after "
                                                              "eight minutes: ") +
-                                              process->arguments().join(u' ')));
+                                              stress::describe(*process)));
+                // A worker that did not start, or crashed, says so here rather than as a
+                // worker that reported nothing.
+                QVERIFY2(process->error() == QProcess::UnknownError,
+                         qPrintable(stress::describe(*process)));
                 QCOMPARE(process->exitStatus(), QProcess::NormalExit);
                 QCOMPARE(process->exitCode(), 0);
             }();
@@ -405,7 +409,8 @@ private Q_SLOTS:
         int resumed = 0;
         int sawRestart = 0;
         for (auto& process : workers) {
-            QVERIFY(process->waitForFinished(300000));
+            QVERIFY2(stress::waitForEnd(*process, QDeadlineTimer(300000)),
+                     qPrintable(stress::describe(*process)));
             QCOMPARE(process->exitStatus(), QProcess::NormalExit);
             QCOMPARE(process->exitCode(), 0);
             const QByteArray output = process->readAll();
