@@ -58,6 +58,7 @@ const QStringList relationFields = {
     QStringLiteral("ARTNRO"),  QStringLiteral("RPADES"), QStringLiteral("sRIPCAN"),
     QStringLiteral("oRIPCAN"), QStringLiteral("RIPMER"), QStringLiteral("RIPPER"),
     QStringLiteral("TRPMER"),  QStringLiteral("TRPPER"), QStringLiteral("DIPOBL")};
+FieldPositions relationPositions(relationFields);
 
 // A stock line's fields, in the order of StockField.
 enum StockField {
@@ -129,7 +130,7 @@ bool modManejoInsumos::GetRIP()
             throw relationError(QStringLiteral("No se encontro ningun insumo para este articulo."));
 
         state.relationList.reserve(rs.recordCount());
-        const QList<int> at = rs.indexOf(relationFields);
+        const QList<int>& at = relationPositions.in(rs);
         for (rs.moveFirst(); !rs.eof(); rs.moveNext()) {
             RipEntry entry;
             entry.inputCode = text(rs, at[RelationInput]);

@@ -1,6 +1,6 @@
 #include "DeclarationReport.h"
-#include "FieldPositions.h"
 
+#include "FieldPositions.h"
 #include "ModuleState.h"
 #include "NumberFormat.h"
 #include "PrintStatements.h"
