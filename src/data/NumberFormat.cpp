@@ -5,24 +5,19 @@
 
 #include <oquivran/RuntimeError.h>
 
+#include <QVarLengthArray>
+
 #include <algorithm>
-#include <array>
+
 #include <charconv>
 #include <cmath>
+#include <optional>
 #include <string>
+#include <string_view>
 
 namespace oquivran {
 
 namespace {
-
-// A finite value written out with a pattern's digits: what format prints, before the decimal
-// separator is chosen.
-struct PatternDigits
-{
-    std::string integerPart;
-    std::string fraction; // exactly the pattern's decimals
-    bool minus = false;   // negative and not rounding to zero
-};
 
 // What a pattern asks for: zeros before the point fix the minimum integer digits, digit places
 // after it the decimals.
@@ -32,72 +27,122 @@ struct PatternShape
     int decimals = 0;
 };
 
-PatternShape readShape(const QString& pattern)
-{
-    const qsizetype point = pattern.indexOf(u'.');
-    const QStringView integerPattern =
-        point < 0 ? QStringView(pattern) : QStringView(pattern).left(point);
-    const QStringView fractionPattern =
-        point < 0 ? QStringView() : QStringView(pattern).mid(point + 1);
-    return {int(integerPattern.count(u'0')),
-            int(fractionPattern.count(u'0') + fractionPattern.count(u'#'))};
-}
-
-// The shape of a pattern, remembered for the few patterns a report or an allocation uses line
-// after line. Each thread remembers its own, in plain storage: nothing to destroy when a
-// thread ends, whether or not the library is still loaded then.
+// One pass over the pattern's few letters: cheaper than remembering them.
 PatternShape patternShape(const QString& pattern)
 {
-    struct Remembered
-    {
-        qsizetype size = -1; // nothing remembered
-        char16_t letters[24];
-        PatternShape shape;
-    };
-    thread_local std::array<Remembered, 4> remembered;
-    thread_local size_t next = 0;
-    const qsizetype size = pattern.size();
-    const QStringView letters(pattern);
-    for (const Remembered& entry : remembered) {
-        if (entry.size == size && letters == QStringView(entry.letters, size))
-            return entry.shape;
-    }
-    const PatternShape shape = readShape(pattern);
-    if (size <= qsizetype(std::size(Remembered().letters))) {
-        Remembered& entry = remembered[next];
-        next = (next + 1) % remembered.size();
-        entry.size = size;
-        std::copy(letters.utf16(), letters.utf16() + size, entry.letters);
-        entry.shape = shape;
+    PatternShape shape;
+    bool afterPoint = false;
+    for (const QChar letter : pattern) {
+        if (afterPoint)
+            shape.decimals += letter == u'0' || letter == u'#';
+        else if (letter == u'.')
+            afterPoint = true;
+        else
+            shape.integerZeros += letter == u'0';
     }
     return shape;
 }
 
-PatternDigits patternDigits(double value, const QString& pattern)
+// A finite value written out with a pattern's digits as "integer.fraction" ("integer" alone
+// for a pattern without decimals): what format prints, before the decimal separator is
+// chosen, and what rounded reads back. The integer part may be empty.
+struct PatternDigits
 {
-    const auto [integerZeros, decimals] = patternShape(pattern);
+    // Room for the quantities and prices reports print line after line without allocating.
+    QVarLengthArray<char, 48> letters;
+    qsizetype point = -1; // position of the '.', -1 without decimals
+    bool minus = false;   // negative and not rounding to zero
+
+    // Sizes the letters once and writes the integer digits padded with zeros to integerZeros,
+    // then the point when there are decimals; gives where the decimals go.
+    char* layOut(std::string_view integer, int integerZeros, int decimals)
+    {
+        const qsizetype zeros = qMax<qsizetype>(integerZeros - qsizetype(integer.size()), 0);
+        letters.resize(zeros + qsizetype(integer.size()) + (decimals > 0 ? 1 + decimals : 0));
+        char* out = std::fill_n(letters.data(), zeros, '0');
+        out = std::copy(integer.begin(), integer.end(), out);
+        if (decimals > 0) {
+            point = out - letters.data();
+            *out++ = '.';
+        }
+        return out;
+    }
+};
+
+PatternDigits patternDigits(double value, const PatternShape& shape)
+{
+    const auto [integerZeros, decimals] = shape;
     PatternDigits result;
     bool zero = false;
     if (const std::optional<quint64> units = DecimalDigits::exactUnits(value, decimals)) {
         const quint64 scale = DecimalDigits::unitScale(decimals);
         const quint64 integer = *units / scale;
+        char integerLetters[24];
+        const char* integerEnd = integerLetters;
         if (integer != 0)
-            result.integerPart = std::to_string(integer);
-        if (decimals > 0) {
-            result.fraction = std::to_string(*units % scale);
-            result.fraction.insert(0, size_t(decimals) - result.fraction.size(), '0');
+            integerEnd = std::to_chars(integerLetters, std::end(integerLetters), integer).ptr;
+        char* places = result.layOut(std::string_view(integerLetters, integerEnd - integerLetters),
+                                     integerZeros, decimals);
+        quint64 fraction = *units % scale;
+        for (char* digit = places + decimals; digit != places;) {
+            *--digit = char('0' + fraction % 10);
+            fraction /= 10;
         }
         zero = *units == 0;
     } else {
+        std::string integerPart;
+        std::string fraction;
         const DecimalDigits digits(value);
-        digits.fixed(decimals, result.integerPart, result.fraction);
-        zero = result.integerPart.find_first_not_of('0') == std::string::npos &&
-               result.fraction.find_first_not_of('0') == std::string::npos;
+        digits.fixed(decimals, integerPart, fraction);
+        zero = integerPart.find_first_not_of('0') == std::string::npos &&
+               fraction.find_first_not_of('0') == std::string::npos;
+        // fixed() gives exactly the pattern's decimals.
+        std::copy(fraction.begin(), fraction.end(),
+                  result.layOut(integerPart, integerZeros, int(fraction.size())));
     }
-    if (int(result.integerPart.size()) < integerZeros)
-        result.integerPart.insert(0, size_t(integerZeros) - result.integerPart.size(), '0');
     result.minus = std::signbit(value) && !zero;
     return result;
+}
+
+// The text format prints for the digits.
+QString textOf(const PatternDigits& digits, const LocaleRules& rules)
+{
+    // Written once into a string of the right size: reports print thousands of these.
+    QString text(qsizetype(digits.minus) + digits.letters.size(), Qt::Uninitialized);
+    char16_t* out = reinterpret_cast<char16_t*>(text.data());
+    if (digits.minus)
+        *out++ = u'-';
+    for (const char letter : digits.letters)
+        *out++ = char16_t(letter);
+    if (digits.point >= 0)
+        text[qsizetype(digits.minus) + digits.point] = rules.decimalSeparator();
+    return text;
+}
+
+// A value that is exactly a decimal of the pattern's places prints as itself and reads back
+// as itself; zero as plain zero. A pattern without zeros prints nothing for zero.
+std::optional<double> readsBackAsItself(double value, const PatternShape& shape)
+{
+    if ((shape.decimals > 0 || shape.integerZeros > 0) &&
+        DecimalDigits::exactUnits(value, shape.decimals))
+        return value == 0 ? 0.0 : value;
+    return std::nullopt;
+}
+
+// The digits read back as reading their text reads them, without building the text.
+double readBack(const PatternDigits& digits)
+{
+    // A pattern without zeros can print no digit at all, which does not read as a number (a
+    // pattern with decimals always prints them).
+    if (digits.letters.isEmpty())
+        throw RuntimeError::typeMismatch();
+    double number = 0;
+    const char* begin = digits.letters.constData();
+    const auto read = std::from_chars(begin, begin + digits.letters.size(), number);
+    // Fifteen digits of the largest values can lie beyond the range, as when read as text.
+    if (read.ec != std::errc() || !std::isfinite(number))
+        throw RuntimeError::typeMismatch();
+    return digits.minus ? -number : number;
 }
 
 } // namespace
@@ -106,48 +151,32 @@ QString NumberFormat::format(double value, const QString& pattern, const LocaleR
 {
     if (!std::isfinite(value))
         return NumberText::toText(value, rules);
-
-    const PatternDigits digits = patternDigits(value, pattern);
-    // Written once into a string of the right size: reports print thousands of these.
-    QString text;
-    text.reserve(qsizetype(digits.integerPart.size() + digits.fraction.size()) + 2);
-    if (digits.minus)
-        text += u'-';
-    text += QLatin1String(digits.integerPart.data(), qsizetype(digits.integerPart.size()));
-    if (!digits.fraction.empty()) {
-        text += rules.decimalSeparator();
-        text += QLatin1String(digits.fraction.data(), qsizetype(digits.fraction.size()));
-    }
-    return text;
+    return textOf(patternDigits(value, patternShape(pattern)), rules);
 }
 
 double NumberFormat::rounded(double value, const QString& pattern, const LocaleRules& rules)
 {
     if (!std::isfinite(value))
         return NumberText::toNumber(format(value, pattern, rules), rules);
-    // A value that is exactly a decimal of the pattern's places prints as itself and reads
-    // back as itself; zero as plain zero. A pattern without zeros prints nothing for zero.
     const PatternShape shape = patternShape(pattern);
-    if ((shape.decimals > 0 || shape.integerZeros > 0) &&
-        DecimalDigits::exactUnits(value, shape.decimals))
-        return value == 0 ? 0.0 : value;
-    // The digits format prints, read back as reading that text reads them; without building
-    // the text.
-    const PatternDigits digits = patternDigits(value, pattern);
-    std::string plain = digits.integerPart;
-    if (!digits.fraction.empty()) {
-        plain += '.';
-        plain += digits.fraction;
+    if (const std::optional<double> itself = readsBackAsItself(value, shape))
+        return *itself;
+    return readBack(patternDigits(value, shape));
+}
+
+NumberFormat::Printed NumberFormat::printed(double value, const QString& pattern,
+                                            const LocaleRules& rules)
+{
+    if (!std::isfinite(value)) {
+        QString text = NumberText::toText(value, rules);
+        const double number = NumberText::toNumber(text, rules);
+        return {std::move(text), number};
     }
-    // A pattern without zeros can print no digit at all, which does not read as a number.
-    if (digits.integerPart.empty() && digits.fraction.empty())
-        throw RuntimeError::typeMismatch();
-    double number = 0;
-    const auto read = std::from_chars(plain.data(), plain.data() + plain.size(), number);
-    // Fifteen digits of the largest values can lie beyond the range, as when read as text.
-    if (read.ec != std::errc() || !std::isfinite(number))
-        throw RuntimeError::typeMismatch();
-    return digits.minus ? -number : number;
+    const PatternShape shape = patternShape(pattern);
+    const PatternDigits digits = patternDigits(value, shape);
+    const std::optional<double> itself = readsBackAsItself(value, shape);
+    const double number = itself ? *itself : readBack(digits);
+    return {textOf(digits, rules), number};
 }
 
 } // namespace oquivran

@@ -10,6 +10,13 @@ namespace oquivran {
 class NumberFormat
 {
 public:
+    // A value as a pattern prints it and the number that text reads back as.
+    struct Printed
+    {
+        QString text;
+        double number = 0;
+    };
+
     // Takes the value to 15 significant digits, rounds half away from zero at the pattern's
     // decimals (12.34565 with "00.0000" gives 12.3457), pads the integer part with zeros to the
     // zeros before the point (longer integer parts print whole), writes "-" before a negative
@@ -22,6 +29,12 @@ public:
     // keeps exactly the precision the pattern shows.
     static double rounded(double value, const QString& pattern,
                           const LocaleRules& rules = LocaleRules::system());
+
+    // format() and rounded() of one value at once, each exactly as those give it, the value's
+    // digits worked out once: reports print and total every figure. Throws what rounded()
+    // throws.
+    static Printed printed(double value, const QString& pattern,
+                           const LocaleRules& rules = LocaleRules::system());
 };
 
 } // namespace oquivran

@@ -24,8 +24,8 @@ private Q_SLOTS:
     void underBothSeparators();
     void rounded_data();
     void rounded();
-    void roundedReadsWhatFormatPrints_data();
-    void roundedReadsWhatFormatPrints();
+    void readingBackGivesWhatFormatPrints_data();
+    void readingBackGivesWhatFormatPrints();
     void roundedRefusesWhatDoesNotReadBack();
     void formatPrintsTheFifteenDigits_data();
     void formatPrintsTheFifteenDigits();
@@ -160,25 +160,12 @@ void tst_NumberFormat::formatPrintsTheFifteenDigits()
     QFETCH(int, decimals);
     const LocaleRules point{QLocale::c()};
     QRandomGenerator random(20261126);
-    QList<double> values = {0.0,
-                            -0.0,
-                            0.5,
-                            -0.5,
-                            1.0,
-                            -1.0,
-                            0.1,
-                            0.3,
-                            2.675,
-                            1.005,
-                            1e-7,
-                            1e14,
-                            1e15,
-                            999999999999999.0,
-                            99999999999.9999,
-                            12345.6789,
-                            -7.25,
-                            0.999,
-                            9.5};
+    QList<double> values = {0.0, -0.0, 0.5, -0.5, 1.0, -1.0, 0.1, 0.3, 2.675, 1.005, 1e-7, 1e14,
+                            1e15, 999999999999999.0, 99999999999.9999, 12345.6789, -7.25, 0.999,
+                            9.5,
+                            // Longer than the digits kept without allocating.
+                            1.5e47, -1e300, std::numeric_limits<double>::max(),
+                            std::numeric_limits<double>::denorm_min()};
     for (int i = 0; i < 20000; ++i) {
         double value = random.generateDouble() * std::pow(10.0, random.bounded(-7, 16));
         if (random.bounded(2) == 1)
@@ -211,7 +198,7 @@ void tst_NumberFormat::formatPrintsTheFifteenDigits()
     }
 }
 
-void tst_NumberFormat::roundedReadsWhatFormatPrints_data()
+void tst_NumberFormat::readingBackGivesWhatFormatPrints_data()
 {
     QTest::addColumn<QString>("pattern");
     QTest::newRow("quantity") << "00.0000";
@@ -219,11 +206,13 @@ void tst_NumberFormat::roundedReadsWhatFormatPrints_data()
     QTest::newRow("whole") << "0";
     QTest::newRow("no integer zeros") << "#.00";
     QTest::newRow("three integer zeros") << "000.0";
+    QTest::newRow("no zeros at all") << "#";
 }
 
 // rounded() must give exactly the number that reading format()'s text gives, sign of zero
-// included, under both separators.
-void tst_NumberFormat::roundedReadsWhatFormatPrints()
+// included, under both separators; printed() that text and that number, or refuse as rounded()
+// does.
+void tst_NumberFormat::readingBackGivesWhatFormatPrints()
 {
     QFETCH(QString, pattern);
     const LocaleRules point{QLocale::c()};
@@ -260,7 +249,9 @@ void tst_NumberFormat::roundedReadsWhatFormatPrints()
                             -7.25,
                             1e-4,
                             1e-5,
-                            12345.6789};
+                            12345.6789,
+                            std::numeric_limits<double>::infinity(),
+                            std::nan("")};
     for (int i = 0; i < 20000; ++i) {
         // Mantissas of every size, from a millionth to a thousand million, both signs.
         const double magnitude = std::pow(10.0, random.bounded(-7, 10));
@@ -284,6 +275,8 @@ void tst_NumberFormat::roundedReadsWhatFormatPrints()
             if (!NumberText::holdsNumber(text, *rules)) {
                 QVERIFY_THROWS_EXCEPTION(RuntimeError,
                                          NumberFormat::rounded(value, pattern, *rules));
+                QVERIFY_THROWS_EXCEPTION(RuntimeError,
+                                         NumberFormat::printed(value, pattern, *rules));
                 continue;
             }
             const double expected = NumberText::toNumber(text, *rules);
@@ -295,19 +288,31 @@ void tst_NumberFormat::roundedReadsWhatFormatPrints()
                                      .arg(actual, 0, 'g', 17)
                                      .arg(text)
                                      .arg(expected, 0, 'g', 17)));
+            const NumberFormat::Printed both = NumberFormat::printed(value, pattern, *rules);
+            if (both.text != text || both.number != actual ||
+                std::signbit(both.number) != std::signbit(actual))
+                QFAIL(qPrintable(QStringLiteral("%1 with %2: printed \"%3\" and %4")
+                                     .arg(value, 0, 'g', 17)
+                                     .arg(pattern, both.text)
+                                     .arg(both.number, 0, 'g', 17)));
         }
     }
 }
 
 void tst_NumberFormat::roundedRefusesWhatDoesNotReadBack()
 {
+    // Both rounded() and printed() refuse with a type mismatch, as reading the text does.
     const auto refused = [](double value, const QString& pattern) {
-        try {
-            NumberFormat::rounded(value, pattern);
-        } catch (const RuntimeError& error) {
-            return error.number == 13;
-        }
-        return false;
+        const auto refuses = [](const auto& run) {
+            try {
+                run();
+            } catch (const RuntimeError& error) {
+                return error.number == 13;
+            }
+            return false;
+        };
+        return refuses([&] { NumberFormat::rounded(value, pattern); }) &&
+               refuses([&] { NumberFormat::printed(value, pattern); });
     };
     // A pattern without zeros prints nothing for a value that rounds to zero.
     QVERIFY(refused(0.3, QStringLiteral("#")));
