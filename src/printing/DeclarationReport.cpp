@@ -65,28 +65,27 @@ QStringList DeclarationReport::detailValues(const Recordset& row, ReportTotals& 
     const ModuleState& state = moduleState();
     const QList<int>& at = detailPositions.in(row);
     const double discharged = real(row, at[Discharged]);
-    const QString quantity = NumberFormat::format(discharged, state.valueFormat);
+    const NumberFormat::Printed quantity = NumberFormat::printed(discharged, state.valueFormat);
     const LossAndShrinkage figures = lossAndShrinkage(row, discharged, totals);
-    const double price = real(row, at[Price]);
-    const QString unitPrice = NumberFormat::format(price, unitPriceFormat);
+    const NumberFormat::Printed unitPrice =
+        NumberFormat::printed(real(row, at[Price]), unitPriceFormat);
     // The CIF total is taken from the real quantity, not the discharged one, each as printed.
-    const double cifValue =
-        shown(real(row, at[RealQuantity]), state.valueFormat) * shown(price, unitPriceFormat);
-    const QString cif = NumberFormat::format(cifValue, totalFormat);
+    const NumberFormat::Printed cif = NumberFormat::printed(
+        shown(real(row, at[RealQuantity]), state.valueFormat) * unitPrice.number, totalFormat);
 
-    totals.inputQuantity += shown(discharged, state.valueFormat);
-    totals.cif += shown(cifValue, totalFormat);
+    totals.inputQuantity += quantity.number;
+    totals.cif += cif.number;
 
     return {text(row, at[Declaration]),
             text(row, at[Input]),
             text(row, at[Expiry]),
             text(row, at[Ctc]),
             formatted(row, at[Relation], state.valueFormat),
-            quantity,
+            quantity.text,
             figures.loss,
             figures.shrinkage,
-            unitPrice,
-            cif};
+            unitPrice.text,
+            cif.text};
 }
 
 void DeclarationReport::appendClosing(const ReportTotals& totals) const

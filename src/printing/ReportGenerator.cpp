@@ -5,7 +5,6 @@
 #include "Messages.h"
 #include "ModuleState.h"
 #include "NumberFormat.h"
-#include "NumberText.h"
 #include "PrintStatements.h"
 #include "ReportBuffer.h"
 #include "ReportKind.h"
@@ -100,7 +99,7 @@ const ReportGenerator::Columns& ReportGenerator::columns() const
 void ReportGenerator::appendHeading(qint16 item, qint16 subItemNumber, const QString& idarticulo,
                                     double cantidad) const
 {
-    const QString declared = NumberFormat::format(cantidad, QStringLiteral("00.00"));
+    const NumberFormat::Printed declared = NumberFormat::printed(cantidad, QStringLiteral("00.00"));
     const Columns& made = columns();
     const QString& rule = made.rule;
 
@@ -110,12 +109,12 @@ void ReportGenerator::appendHeading(qint16 item, qint16 subItemNumber, const QSt
                              NumberFormat::format(item, QStringLiteral("0000")) +
                              QStringLiteral(" - SBIT: ") +
                              NumberFormat::format(subItemNumber, QStringLiteral("0000")) +
-                             QStringLiteral(" - Cantidad declarada: ") + declared);
+                             QStringLiteral(" - Cantidad declarada: ") + declared.text);
     ReportBuffer::append(LineKind::Title, rule);
     ReportBuffer::append(LineKind::Title, made.titleLine);
     if (m_kind.rulesUnderTitles())
         ReportBuffer::append(LineKind::Title, made.ruleLine);
-    moduleState().reportTotals.declaredQuantity += NumberText::toNumber(declared);
+    moduleState().reportTotals.declaredQuantity += declared.number;
 }
 
 } // namespace oquivran

@@ -59,11 +59,11 @@ ReportKind::LossAndShrinkage ReportKind::lossAndShrinkage(const Recordset& row, 
     const double loss = lossOrShrinkage(row.value(at[LossKind]), row.value(at[LossFigure]), base);
     const double shrinkage =
         lossOrShrinkage(row.value(at[ShrinkageKind]), row.value(at[ShrinkageFigure]), base);
-    const LossAndShrinkage result = {NumberFormat::format(loss, pattern),
-                                     NumberFormat::format(shrinkage, pattern)};
-    totals.loss += shown(loss, pattern);
-    totals.shrinkage += shown(shrinkage, pattern);
-    return result;
+    const NumberFormat::Printed printedLoss = NumberFormat::printed(loss, pattern);
+    const NumberFormat::Printed printedShrinkage = NumberFormat::printed(shrinkage, pattern);
+    totals.loss += printedLoss.number;
+    totals.shrinkage += printedShrinkage.number;
+    return {printedLoss.text, printedShrinkage.text};
 }
 
 QString ReportKind::rule(int length)
