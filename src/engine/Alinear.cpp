@@ -2,6 +2,8 @@
 
 #include <oquivran/RuntimeError.h>
 
+#include <algorithm>
+
 namespace oquivran {
 
 namespace {
@@ -13,18 +15,23 @@ void checkWidth(qint16 width)
                            QStringLiteral("Invalid procedure call or argument"));
 }
 
-// Appends text padded with blanks to width, or cut to it; width is not negative.
-void appendPadded(QString& line, const QString& text, Alignment alignment, qint16 width)
+// Appends blanks, then text padded with blanks to width or cut to it; width is not negative.
+// Written in place: report lines are made of thousands of these.
+void appendPadded(QString& line, qint16 blanksBefore, const QString& text, Alignment alignment,
+                  qint16 width)
 {
-    if (width <= text.size()) {
-        line += QStringView(text).left(width);
-        return;
-    }
-    if (alignment == Alignment::Left)
-        line += text;
-    line.resize(line.size() + width - text.size(), u' ');
+    const qsizetype start = line.size();
+    const qsizetype shown = qMin<qsizetype>(width, text.size());
+    line.resize(start + blanksBefore + width);
+    char16_t* out =
+        std::fill_n(reinterpret_cast<char16_t*>(line.data()) + start, blanksBefore, u' ');
+    const char16_t* letters = reinterpret_cast<const char16_t*>(text.constData());
+    const qsizetype blanks = width - shown;
     if (alignment == Alignment::Right)
-        line += text;
+        out = std::fill_n(out, blanks, u' ');
+    out = std::copy_n(letters, shown, out);
+    if (alignment == Alignment::Left)
+        std::fill_n(out, blanks, u' ');
 }
 
 } // namespace
@@ -35,7 +42,7 @@ QString Alinear(const QString& text, Alignment alignment, qint16 width)
         checkWidth(width);
         QString result;
         result.reserve(width);
-        appendPadded(result, text, alignment, width);
+        appendPadded(result, 0, text, alignment, width);
         return result;
     } catch (const RuntimeError& error) {
         return QStringLiteral("Err_FrmSytr ") + error.description + QStringLiteral(": ") +
@@ -43,12 +50,15 @@ QString Alinear(const QString& text, Alignment alignment, qint16 width)
     }
 }
 
-void appendAligned(QString& line, const QString& text, Alignment alignment, qint16 width)
+void appendAligned(QString& line, const QString& text, Alignment alignment, qint16 width,
+                   qint16 blanksBefore)
 {
-    if (width < 0)
+    if (width < 0) {
+        line += QString(blanksBefore, u' ');
         line += Alinear(text, alignment, width);
-    else
-        appendPadded(line, text, alignment, width);
+    } else {
+        appendPadded(line, blanksBefore, text, alignment, width);
+    }
 }
 
 } // namespace oquivran

@@ -16,7 +16,9 @@ enum class Alignment {
 // description + ": " + the first 50 characters of the text; no message is shown.
 QString Alinear(const QString& text, Alignment alignment, qint16 width);
 
-// Appends Alinear(text, alignment, width) to line, without building the padded text apart.
-void appendAligned(QString& line, const QString& text, Alignment alignment, qint16 width);
+// Appends blanksBefore blanks (none or more), then Alinear(text, alignment, width), to line,
+// without building the padded text apart.
+void appendAligned(QString& line, const QString& text, Alignment alignment, qint16 width,
+                   qint16 blanksBefore = 0);
 
 } // namespace oquivran

@@ -26,10 +26,9 @@ QString ColumnLayout::line(const QStringList& texts, Widths widths) const
     QString result;
     result.reserve(length);
     for (int column = 0; column < m_columns.size(); ++column) {
-        if (column > 0)
-            result += u' ';
+        // One blank between columns.
         appendAligned(result, column < texts.size() ? texts.at(column) : none,
-                      m_columns.at(column).alignment, widthOf(column, widths));
+                      m_columns.at(column).alignment, widthOf(column, widths), column > 0 ? 1 : 0);
     }
     return result;
 }

@@ -69,14 +69,22 @@ void tst_Alinear::appendedAsAlinearPads_data()
 
 void tst_Alinear::appendedAsAlinearPads()
 {
-    // Appended to a line that holds text already, the padded text lands after it unchanged.
+    // Appended to a line that holds text already, the padded text lands after it unchanged,
+    // after the blanks asked for.
     QFETCH(QString, text);
     QFETCH(bool, left);
     QFETCH(int, width);
     QFETCH(QString, expected);
+    const Alignment alignment = left ? Alignment::Left : Alignment::Right;
     QString line = QStringLiteral("|col|");
-    appendAligned(line, text, left ? Alignment::Left : Alignment::Right, qint16(width));
+    appendAligned(line, text, alignment, qint16(width));
     QCOMPARE(line, QStringLiteral("|col|") + expected);
+    // With blanks before it, as between a report's columns.
+    for (const qint16 blanks : {1, 3}) {
+        QString spaced = QStringLiteral("|col|");
+        appendAligned(spaced, text, alignment, qint16(width), blanks);
+        QCOMPARE(spaced, QStringLiteral("|col|") + QString(blanks, u' ') + expected);
+    }
 }
 
 QTEST_GUILESS_MAIN(tst_Alinear)
