@@ -25,21 +25,25 @@ QString DateText::toText(const QDate& date, const LocaleRules& rules)
 {
     if (!date.isValid())
         return QString();
-    const int year = date.year();
+    // One calendar conversion for the three parts.
+    int year = 0;
+    int month = 0;
+    int day = 0;
+    date.getDate(&year, &month, &day);
     if (year < 0 || year > 9999) {
-        const QString day = QStringLiteral("%1").arg(date.day(), 2, 10, QChar(u'0'));
-        const QString month = QStringLiteral("%1").arg(date.month(), 2, 10, QChar(u'0'));
+        const QString dayText = QStringLiteral("%1").arg(day, 2, 10, QChar(u'0'));
+        const QString monthText = QStringLiteral("%1").arg(month, 2, 10, QChar(u'0'));
         const QString yearText = QStringLiteral("%1").arg(year, 4, 10, QChar(u'0'));
         const QChar separator = rules.dateSeparator();
-        return rules.dayFirst() ? day + separator + month + separator + yearText
-                                : month + separator + day + separator + yearText;
+        return rules.dayFirst() ? dayText + separator + monthText + separator + yearText
+                                : monthText + separator + dayText + separator + yearText;
     }
     // Two digits of day and month and four of the year, written directly.
     const auto digit = [](int value) {
         return QChar(char16_t(u'0' + value));
     };
-    const int first = rules.dayFirst() ? date.day() : date.month();
-    const int second = rules.dayFirst() ? date.month() : date.day();
+    const int first = rules.dayFirst() ? day : month;
+    const int second = rules.dayFirst() ? month : day;
     const QChar separator = rules.dateSeparator();
     const QChar text[10] = {digit(first / 10),  digit(first % 10),      separator,
                             digit(second / 10), digit(second % 10),     separator,

@@ -38,12 +38,13 @@ double ValueConversion::toReal(const QVariant& value)
 
 QString ValueConversion::toText(const QVariant& value)
 {
+    // Text is most of what is read: taken as it is (a null text stays null), without the
+    // general conversion.
+    if (value.typeId() == QMetaType::QString)
+        return *static_cast<const QString*>(value.constData());
     if (value.isNull())
         return QString();
     switch (value.typeId()) {
-    case QMetaType::QString:
-        // Text is most of what is read: taken as it is, without the general conversion.
-        return *static_cast<const QString*>(value.constData());
     case QMetaType::Double:
     case QMetaType::Float:
         return NumberText::toText(value.toDouble());
