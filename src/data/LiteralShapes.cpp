@@ -2,6 +2,7 @@
 
 #include <QStringView>
 
+#include <algorithm>
 #include <utility>
 
 namespace oquivran {
@@ -34,15 +35,45 @@ void setText(QVariant& value, QStringView quoted)
         value = QVariant(QString());
         held = static_cast<QString*>(value.data());
     }
-    held->resize(quoted.size());
-    QChar* out = held->data();
-    qsizetype written = 0;
-    for (qsizetype i = 0; i < quoted.size(); ++i) {
-        out[written++] = quoted[i];
-        if (quoted[i] == u'\'' && i + 1 < quoted.size() && quoted[i + 1] == u'\'')
-            ++i;
+    const char16_t* in = quoted.utf16();
+    const char16_t* const end = in + quoted.size();
+    qsizetype doubled = 0;
+    for (const char16_t* c = in; c != end; ++c)
+        doubled += *c == u'\'';
+    // Quotes come in pairs inside a literal: half of them are left out.
+    held->resize(quoted.size() - doubled / 2);
+    char16_t* out = reinterpret_cast<char16_t*>(held->data());
+    while (in != end) {
+        const char16_t c = *in++;
+        *out++ = c;
+        if (c == u'\'' && in != end && *in == u'\'')
+            ++in;
     }
-    held->truncate(written);
+}
+
+// Where the quote that closes a text literal opened at `open` is, a doubled quote standing
+// for one; -1 when the text ends first.
+qsizetype closingQuote(QStringView sql, qsizetype open)
+{
+    const char16_t* const begin = sql.utf16();
+    const char16_t* const end = begin + sql.size();
+    for (const char16_t* c = begin + open + 1; c != end; ++c) {
+        if (*c != u'\'')
+            continue;
+        if (c + 1 != end && c[1] == u'\'') {
+            ++c;
+            continue;
+        }
+        return c - begin;
+    }
+    return -1;
+}
+
+// Whether sql holds source's text at `at`.
+bool holdsAt(QStringView sql, qsizetype at, QStringView source)
+{
+    return sql.size() - at >= source.size() &&
+           std::equal(source.utf16(), source.utf16() + source.size(), sql.utf16() + at);
 }
 
 } // namespace
@@ -91,7 +122,7 @@ bool LiteralShapes::matches(const Shape& shape, QStringView sql, QVariantList& v
     for (const Literal& literal : shape.literals) {
         // The text before the literal, as the shape has it.
         const qsizetype before = literal.start - from;
-        if (sql.size() - at < before || sql.mid(at, before) != source.mid(from, before))
+        if (!holdsAt(sql, at, source.mid(from, before)))
             return false;
         at += before;
         from = literal.end;
@@ -99,17 +130,9 @@ bool LiteralShapes::matches(const Shape& shape, QStringView sql, QVariantList& v
             // From the quote to the closing one, a doubled quote standing for one.
             if (at >= sql.size() || sql[at] != u'\'')
                 return false;
-            qsizetype close = at;
-            for (;;) {
-                close = sql.indexOf(u'\'', close + 1);
-                if (close < 0)
-                    return false;
-                if (close + 1 < sql.size() && sql[close + 1] == u'\'') {
-                    ++close;
-                    continue;
-                }
-                break;
-            }
+            const qsizetype close = closingQuote(sql, at);
+            if (close < 0)
+                return false;
             setText(slot(values, filled++), sql.mid(at + 1, close - at - 1));
             at = close + 1;
         } else {
@@ -129,7 +152,7 @@ bool LiteralShapes::matches(const Shape& shape, QStringView sql, QVariantList& v
         }
     }
     // The text after the last literal, to the end.
-    if (sql.size() - at != source.size() - from || sql.mid(at) != source.mid(from))
+    if (sql.size() - at != source.size() - from || !holdsAt(sql, at, source.mid(from)))
         return false;
     values.resize(filled);
     return true;
