@@ -11,6 +11,16 @@ namespace oquivran {
 
 double ValueConversion::toReal(const QVariant& value)
 {
+    // Reals and whole numbers are most of what is read: taken as they are, without the general
+    // conversion (a null one holds zero, as a null value gives).
+    switch (value.typeId()) {
+    case QMetaType::Double:
+        return *static_cast<const double*>(value.constData());
+    case QMetaType::LongLong:
+        return double(*static_cast<const qlonglong*>(value.constData()));
+    default:
+        break;
+    }
     if (value.isNull())
         return 0.0;
     switch (value.typeId()) {

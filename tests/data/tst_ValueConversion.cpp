@@ -26,6 +26,7 @@ void tst_ValueConversion::toReal_data()
     QTest::newRow("null is zero") << QVariant() << 0.0;
     QTest::newRow("null double is zero") << QVariant(QMetaType(QMetaType::Double)) << 0.0;
     QTest::newRow("int") << QVariant(7) << 7.0;
+    QTest::newRow("null long long is zero") << QVariant(QMetaType(QMetaType::LongLong)) << 0.0;
     QTest::newRow("long long") << QVariant(qlonglong(5000000000)) << 5000000000.0;
     QTest::newRow("double") << QVariant(12.25) << 12.25;
     QTest::newRow("locale text") << QVariant(localeText("12.3457")) << 12.3457;
@@ -52,6 +53,7 @@ void tst_ValueConversion::toText_data()
     QTest::addColumn<QVariant>("value");
     QTest::addColumn<QString>("expected");
     QTest::newRow("null") << QVariant() << "";
+    QTest::newRow("null text") << QVariant(QMetaType(QMetaType::QString)) << "";
     QTest::newRow("text") << QVariant(QStringLiteral(" CTC ")) << " CTC ";
     QTest::newRow("int") << QVariant(12) << "12";
     QTest::newRow("double") << QVariant(0.5) << localeText("0.5");
