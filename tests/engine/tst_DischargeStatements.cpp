@@ -140,7 +140,7 @@ void tst_DischargeStatements::insertLine()
 void tst_DischargeStatements::quoteIsRefused_data()
 {
     QTest::addColumn<int>("builder");
-    for (int i = 0; i < 9; ++i)
+    for (int i = 0; i < 13; ++i)
         QTest::newRow(qPrintable(QString::number(i))) << i;
 }
 
@@ -154,6 +154,11 @@ void tst_DischargeStatements::quoteIsRefused()
     quotedSubItem.interno = quoted;
     DischargeStatements::InsertValues values;
     values.subItem = subItem;
+    // A stock line's key with a quote in its declaration, and in its input.
+    DipCandidate quotedDeclaration = stockLine();
+    quotedDeclaration.declaration = quoted;
+    DipCandidate quotedInput = stockLine();
+    quotedInput.inputCode = quoted;
     const std::function<QString()> builders[] = {
         [&] { return DischargeStatements::productMultiplier(quoted, "PRD"); },
         [&] { return DischargeStatements::stockOfInput(quoted); },
@@ -164,6 +169,10 @@ void tst_DischargeStatements::quoteIsRefused()
         [&] { return DischargeStatements::resetItems(quoted); },
         [&] { return DischargeStatements::numberItem(1, "2", quoted); },
         [&] { return DischargeStatements::itemInputs(1, quoted); },
+        [&] { return DischargeStatements::dischargedSum(quotedDeclaration); },
+        [&] { return DischargeStatements::declaredQuantity(quotedInput); },
+        [&] { return DischargeStatements::refreshAvailability(quoted, "00.00", stockLine()); },
+        [&] { return DischargeStatements::stockLineWhere(quotedDeclaration); },
     };
     QVERIFY_THROWS_EXCEPTION(RuntimeError, builders[builder]());
 }
