@@ -8,12 +8,13 @@
 #include <QVarLengthArray>
 
 #include <algorithm>
-
 #include <charconv>
 #include <cmath>
+#include <iterator>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace oquivran {
 
