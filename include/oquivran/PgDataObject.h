@@ -8,6 +8,8 @@
 
 namespace oquivran {
 
+class StatementPipeline;
+
 // A DataObject over a PostgreSQL connection opened with Qt's QPSQL driver; the statements run
 // through libpq on the driver's connection. It makes the component's SQL text run on
 // PostgreSQL as the component writes it, with the results SqlDataObject gives on SQLite:
@@ -69,6 +71,11 @@ public:
 
     // The connection this object runs on.
     QSqlDatabase database() const;
+    // The statement pipeline this object runs text through. The component runs its own
+    // statements of the discharge loop through it directly, built already shared, so that
+    // their text is not written only to be read back; sql() is then left empty, or holds the
+    // statement's text when it failed.
+    StatementPipeline& pipeline() const;
 
 private:
     struct Private;

@@ -63,6 +63,11 @@ public:
 
     // The connection this object runs on.
     QSqlDatabase database() const;
+    // The statement pipeline this object runs text through. The component runs its own
+    // statements of the discharge loop through it directly, built already shared, so that
+    // their text is not written only to be read back; sql() is then left empty, or holds the
+    // statement's text when it failed.
+    StatementPipeline& pipeline() const;
 
 private:
     // SQLite's part under the statement pipeline every data object shares.

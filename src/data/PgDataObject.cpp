@@ -45,6 +45,11 @@ QSqlDatabase PgDataObject::database() const
     return d->driver.database();
 }
 
+StatementPipeline& PgDataObject::pipeline() const
+{
+    return d->pipeline;
+}
+
 bool PgDataObject::open(Recordset& rs)
 {
     return d->pipeline.open(m_sql, rs);

@@ -24,6 +24,11 @@ QSqlDatabase SqlDataObject::database() const
     return m_driver->database();
 }
 
+StatementPipeline& SqlDataObject::pipeline() const
+{
+    return *m_pipeline;
+}
+
 bool SqlDataObject::open(Recordset& rs)
 {
     return m_pipeline->open(m_sql, rs);

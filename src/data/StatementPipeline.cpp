@@ -89,6 +89,35 @@ void StatementPipeline::release()
     m_driver.released(kept);
 }
 
+template <typename Step, typename Text>
+bool StatementPipeline::runKept(const QString& form, const QVariantList& values, const Text& text,
+                                Step& step)
+{
+    PreparedStatement* statement = m_cache.find(form);
+    if (!statement)
+        return false;
+    if (step(*statement, values) == Ending::Done)
+        return true;
+    m_cache.remove(form);
+    // A stale statement: the text runs once as written.
+    runOnce(SqlLexer::lex(text()), step);
+    return true;
+}
+
+template <typename Step>
+void StatementPipeline::run(const SharedStatement& statement, Run kind, Step step)
+{
+    // A shared statement whose form is kept runs without its text being written; one that is
+    // not kept yet is prepared from its text, as any other, and kept under the same form.
+    if (statement.isShared()) {
+        connection();
+        if (runKept(
+                statement.form(), statement.values(), [&] { return statement.text(); }, step))
+            return;
+    }
+    run(statement.text(), kind, step);
+}
+
 template <typename Step> void StatementPipeline::run(const QString& sql, Run kind, Step step)
 {
     const StatementDriver::Connection current = connection();
@@ -96,16 +125,9 @@ template <typename Step> void StatementPipeline::run(const QString& sql, Run kin
     QVariantList values = std::move(m_values);
     const auto giveBackValues = qScopeGuard([&] { m_values = std::move(values); });
     const QString* form = m_shapes.match(sql, values);
-    if (form) {
-        if (PreparedStatement* statement = m_cache.find(*form)) {
-            if (step(*statement, values) == Ending::Done)
-                return;
-            m_cache.remove(*form);
-            // A stale statement: the text runs once as written, as below.
-            runOnce(SqlLexer::lex(sql), step);
-            return;
-        }
-    }
+    if (form && runKept(
+                    *form, values, [&] { return sql; }, step))
+        return;
     bool runAsShared = false;
     // The text is lexed once: the tokens of its shared form are worked out from these, and
     // only when that form is prepared.
@@ -142,10 +164,10 @@ template <typename Step> void StatementPipeline::runOnce(const SqlLexer::Lexed& 
     step(*once, QVariantList());
 }
 
-bool StatementPipeline::open(const QString& sql, Recordset& rs)
+template <typename Source> bool StatementPipeline::query(const Source& source, Recordset& rs)
 {
     Recordset result;
-    run(sql, Run::Query, [&](PreparedStatement& statement, const QVariantList& values) {
+    run(source, Run::Query, [&](PreparedStatement& statement, const QVariantList& values) {
         Collecting collecting;
         const Ending ending =
             m_driver.query(statement, values, StatementDriver::Reading::Whole, collecting);
@@ -155,6 +177,16 @@ bool StatementPipeline::open(const QString& sql, Recordset& rs)
     });
     rs = std::move(result);
     return rs.recordCount() > 0;
+}
+
+bool StatementPipeline::open(const QString& sql, Recordset& rs)
+{
+    return query(sql, rs);
+}
+
+bool StatementPipeline::open(const SharedStatement& statement, Recordset& rs)
+{
+    return query(statement, rs);
 }
 
 bool StatementPipeline::forEachRow(const QString& sql,
@@ -173,13 +205,23 @@ bool StatementPipeline::forEachRow(const QString& sql,
     return found;
 }
 
-qint32 StatementPipeline::execute(const QString& sql)
+template <typename Source> qint32 StatementPipeline::action(const Source& source)
 {
     qint32 changed = 0;
-    run(sql, Run::Action, [&](PreparedStatement& statement, const QVariantList& values) {
+    run(source, Run::Action, [&](PreparedStatement& statement, const QVariantList& values) {
         return m_driver.action(statement, values, changed);
     });
     return changed;
+}
+
+qint32 StatementPipeline::execute(const QString& sql)
+{
+    return action(sql);
+}
+
+qint32 StatementPipeline::execute(const SharedStatement& statement)
+{
+    return action(statement);
 }
 
 } // namespace oquivran

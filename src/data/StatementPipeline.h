@@ -1,6 +1,7 @@
 #pragma once
 
 #include "LiteralShapes.h"
+#include "SharedStatement.h"
 #include "SqlLexer.h"
 #include "StatementCache.h"
 #include "StatementDriver.h"
@@ -32,12 +33,17 @@ public:
     // Runs sql as a query and replaces rs with its rows (its fields, no rows, for a statement
     // that returns none). Returns true when rows came back. Throws RuntimeError.
     bool open(const QString& sql, Recordset& rs);
+    // The same of a statement built shared: its form, when kept, runs with its values and its
+    // text is not written; otherwise its text runs as above.
+    bool open(const SharedStatement& statement, Recordset& rs);
     // Runs sql as a query and hands its rows to visit, each as a recordset positioned on it,
     // until visit returns false; rows after that are not read. A statement run through the
     // pipeline meanwhile throws RuntimeError. Returns true when rows came back.
     bool forEachRow(const QString& sql, const std::function<bool(const Recordset&)>& visit);
     // Runs sql as an action statement; the number of records it changed. Throws RuntimeError.
     qint32 execute(const QString& sql);
+    // The same of a statement built shared, as open() runs one.
+    qint32 execute(const SharedStatement& statement);
 
     // The connection, opened and set up when needed, with the statements of a connection that
     // closed or changed under them released. Throws RuntimeError while the rows of a query
@@ -48,7 +54,14 @@ public:
 
 private:
     enum class Run { Query, Action };
+    template <typename Source> bool query(const Source& source, Recordset& rs);
+    template <typename Source> qint32 action(const Source& source);
     template <typename Step> void run(const QString& sql, Run kind, Step step);
+    template <typename Step> void run(const SharedStatement& statement, Run kind, Step step);
+    // Runs the statement kept under form with values; false when none is kept. One found stale
+    // is forgotten and the text runs once as written.
+    template <typename Step, typename Text>
+    bool runKept(const QString& form, const QVariantList& values, const Text& text, Step& step);
     // Runs a text as written, prepared for this run only, with no values to bind.
     template <typename Step> void runOnce(const SqlLexer::Lexed& text, Step& step);
 

@@ -5,7 +5,9 @@
 #include "PgTestDatabase.h"
 #include "Schema.h"
 #include "SecondConnection.h"
+#include "SharedStatement.h"
 #include "SqlValue.h"
+#include "StatementPipeline.h"
 #include "TempDatabase.h"
 
 #include <oquivran/DataObject.h>
@@ -223,6 +225,14 @@ private:
                      .value(QStringLiteral("t"))
                      .toString(),
                  storage);
+    }
+
+    // The pipeline the component runs its own shared statements through on this object.
+    static StatementPipeline& pipelineOf(DataObject& dao)
+    {
+        if (auto* sqlite = dynamic_cast<SqlDataObject*>(&dao))
+            return sqlite->pipeline();
+        return dynamic_cast<PgDataObject&>(dao).pipeline();
     }
 
 private Q_SLOTS:
@@ -751,6 +761,93 @@ private Q_SLOTS:
         QVERIFY(other.exec(QStringLiteral("alter table T add column B text default 'b'")));
         QCOMPARE(rows(dao, sql).fieldNames(), m_db->fieldsAfterAddedColumn());
         m_db->visitAfterAddedColumn(dao, sql);
+    }
+
+    // A statement built shared writes and reads what its text does: the first time, when its
+    // form is not kept yet, and after, with texts empty, null, not ASCII or holding a "?",
+    // numbers in the locale's notation, and a negative number, whose statement is not shared.
+    void sharedStatementsRunAsTheirTexts()
+    {
+        DataObject& dao = *m_dao;
+        StatementPipeline& pipeline = pipelineOf(dao);
+        const SharedStatement::Form insert(QStringLiteral(
+            "insert into DIP (EXTINT, EXTSBT, DIPCTC, DIPCAN) values (?, ?, ?, cdbl(?))"));
+        const SharedStatement::Form select(QStringLiteral(
+            "select EXTSBT, DIPCTC, DIPCAN from DIP where EXTINT = ?  and EXTSBT = ?"));
+        struct Row
+        {
+            qint64 subItem;
+            QString ctc;
+            double quantity;
+        };
+        const QList<Row> written = {{1, QStringLiteral("ARG"), 1.5},
+                                    {2, QStringLiteral(""), 0},
+                                    {3, QString(), -2.25},
+                                    {-4, QStringLiteral("ñandú €"), 1e6},
+                                    {5, QStringLiteral("? x"), 0.0001},
+                                    {6, QStringLiteral("ARG"), 12.3456}};
+        for (const Row& row : written) {
+            SharedStatement statement(insert);
+            statement.appendText(QStringLiteral("S"));
+            statement.appendWhole(row.subItem);
+            statement.appendText(row.ctc);
+            statement.appendText(NumberText::toText(row.quantity));
+            QCOMPARE(statement.isShared(), row.subItem >= 0);
+            QCOMPARE(pipeline.execute(statement), 1);
+        }
+        for (int pass = 0; pass < 2; ++pass) {
+            for (const Row& row : written) {
+                SharedStatement statement(select);
+                statement.appendText(QStringLiteral("S"));
+                statement.appendWhole(row.subItem);
+                Recordset shared;
+                QVERIFY(pipeline.open(statement, shared));
+                const Recordset asText = rows(dao, statement.text());
+                for (const Recordset* rs :
+                     std::initializer_list<const Recordset*>{&shared, &asText}) {
+                    QCOMPARE(rs->recordCount(), 1);
+                    QCOMPARE(rs->value(QStringLiteral("EXTSBT")).toLongLong(), row.subItem);
+                    // An empty text is stored as an empty text, not as null.
+                    QVERIFY(!rs->value(QStringLiteral("DIPCTC")).isNull());
+                    QCOMPARE(rs->value(QStringLiteral("DIPCTC")).toString(),
+                             row.ctc.isNull() ? QStringLiteral("") : row.ctc);
+                    QCOMPARE(rs->value(QStringLiteral("DIPCAN")).toDouble(), row.quantity);
+                }
+            }
+        }
+        SharedStatement none(select);
+        none.appendText(QStringLiteral("S"));
+        none.appendWhole(7);
+        Recordset rs;
+        QVERIFY(!pipeline.open(none, rs));
+        QCOMPARE(rs.recordCount(), 0);
+        QCOMPARE(rs.fieldNames().size(), 3);
+    }
+
+    // A shared statement kept while its table changed is read with the table's new columns,
+    // and one on a table that is gone fails with the database's message, as its text does.
+    void sharedStatementAfterTableChange()
+    {
+        DataObject& dao = *m_dao;
+        StatementPipeline& pipeline = pipelineOf(dao);
+        run(dao, QStringLiteral("create table T (A integer)"));
+        run(dao, QStringLiteral("insert into T values (1)"));
+        const SharedStatement::Form select(QStringLiteral("select * from T where A = ?"));
+        SharedStatement statement(select);
+        statement.appendWhole(1);
+        Recordset rs;
+        QVERIFY(pipeline.open(statement, rs));
+        QCOMPARE(rs.fieldNames(), QStringList({QStringLiteral("A")}));
+        QSqlQuery other(m_db->database());
+        QVERIFY(other.exec(QStringLiteral("alter table T add column B text default 'b'")));
+        QVERIFY(pipeline.open(statement, rs));
+        QCOMPARE(rs.fieldNames(), m_db->fieldsAfterAddedColumn());
+        QVERIFY(other.exec(QStringLiteral("drop table T")));
+        const RuntimeError shared = errorOf([&] { pipeline.open(statement, rs); });
+        const RuntimeError asText = errorOf([&] { rows(dao, statement.text()); });
+        QCOMPARE(shared.description, asText.description);
+        QCOMPARE(shared.nativeErrorCode, asText.nativeErrorCode);
+        QVERIFY(!shared.description.isEmpty());
     }
 
     // What a unit writes is seen from another connection once it is committed, not before.
