@@ -20,14 +20,30 @@ StatementCache::~StatementCache()
 
 PreparedStatement* StatementCache::find(const QString& text) const
 {
+    for (const Recent& recent : m_recent) {
+        if (recent.statement && recent.text.constData() == text.constData() &&
+            recent.text.size() == text.size())
+            return recent.statement;
+    }
     const auto found = m_entries.constFind(text);
-    return found == m_entries.cend() ? nullptr : found->get();
+    if (found == m_entries.cend())
+        return nullptr;
+    m_recent[m_nextRecent] = {text, found->get()};
+    m_nextRecent = (m_nextRecent + 1) % RecentCount;
+    return found->get();
+}
+
+void StatementCache::forgetRecent()
+{
+    for (Recent& recent : m_recent)
+        recent = {};
 }
 
 PreparedStatement* StatementCache::insert(const StatementDriver::Connection& connection,
                                           const QString& text,
                                           std::unique_ptr<PreparedStatement> statement)
 {
+    forgetRecent();
     if (!(connection == m_connection) || m_entries.size() >= Capacity)
         clear();
     m_connection = connection;
@@ -39,6 +55,7 @@ PreparedStatement* StatementCache::insert(const StatementDriver::Connection& con
 
 void StatementCache::remove(const QString& text)
 {
+    forgetRecent();
     m_entries.remove(text);
     if (m_entries.isEmpty())
         m_connection = {};
@@ -46,6 +63,7 @@ void StatementCache::remove(const QString& text)
 
 void StatementCache::clear()
 {
+    forgetRecent();
     m_entries.clear();
     m_connection = {};
 }

@@ -36,8 +36,24 @@ public:
     void clear();
 
 private:
+    // The statements found lately, by the very text they were found with: a text whose
+    // characters are where a text kept here has them is that text (this copy keeps them from
+    // being freed or changed), so the statements a loop runs in turn are found without hashing
+    // and comparing their whole text.
+    struct Recent
+    {
+        QString text;
+        PreparedStatement* statement = nullptr;
+    };
+    static constexpr qsizetype RecentCount = 8;
+
+    // Forgets them, before a statement kept is released or another is kept.
+    void forgetRecent();
+
     StatementDriver::Connection m_connection;
     QHash<QString, std::shared_ptr<PreparedStatement>> m_entries;
+    mutable Recent m_recent[RecentCount];
+    mutable qsizetype m_nextRecent = 0;
 };
 
 } // namespace oquivran
