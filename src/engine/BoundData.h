@@ -9,6 +9,7 @@ namespace oquivran {
 
 class DataObject;
 class Recordset;
+class SharedStatement;
 
 // The data-access objects the host bound, and running SQL text through them.
 class BoundData
@@ -29,6 +30,14 @@ public:
                            Database database = Database::Discharge);
     // Executes an action statement; the number of records affected.
     static qint32 execute(const QString& sql, Database database = Database::Discharge);
+
+    // The same of a statement built shared. The component's own data objects (SqlDataObject,
+    // PgDataObject, not a host's class derived from one) run it through their pipeline without
+    // its text being written; any other object is given its text, as above.
+    static bool open(const SharedStatement& statement, Recordset& rs,
+                     Database database = Database::Discharge);
+    static qint32 execute(const SharedStatement& statement,
+                          Database database = Database::Discharge);
 };
 
 } // namespace oquivran

@@ -2,6 +2,7 @@
 
 #include "DateText.h"
 #include "NumberText.h"
+#include "SharedStatement.h"
 #include "SqlValue.h"
 
 namespace oquivran {
@@ -13,12 +14,41 @@ QString number(double value)
     return NumberText::toText(value);
 }
 
-// The rest of a stock line's key after its declaration.
-QString stockLineRest(const DipCandidate& line)
+// The stock line a candidate line draws on: its declaration, input, item and sub-item.
+void appendStockLine(SharedStatement& statement, const DipCandidate& line)
 {
-    return QStringLiteral("'  and ARTNRO = '") + SqlValue::checked(line.inputCode) +
-           QStringLiteral("'  and ARTITM = ") + SqlValue::whole(line.item) +
-           QStringLiteral("  and ARTSBT = ") + SqlValue::whole(line.subItem);
+    statement.appendText(line.declaration);
+    statement.appendText(line.inputCode);
+    statement.appendWhole(line.item);
+    statement.appendWhole(line.subItem);
+}
+
+// The shared forms of the statements the discharge loop runs for each line. The key of a
+// stock line after its declaration; the two blanks before each "and" are the system's own.
+using Form = SharedStatement::Form;
+const QString stockLineRest = QStringLiteral("  and ARTNRO = ?  and ARTITM = ?  and ARTSBT = ?");
+const QString stockLineWhereText = QStringLiteral("where INTDCL = ?") + stockLineRest;
+const Form stockLineWhereForm(stockLineWhereText);
+const Form dischargedSumForm(
+    QStringLiteral("select sum(DIPCAN) as total from DIP where ARTDCL = ?") + stockLineRest);
+const Form declaredQuantityForm(QStringLiteral("select ARTCAT from INS ") + stockLineWhereText);
+// The where-clause follows the closing parenthesis with no blank, as the system sends it.
+const Form refreshAvailabilityForm(
+    QStringLiteral("update INS set ARTDSC = format(ARTCAT - cdbl(?),?)") + stockLineWhereText);
+// The whole-number flags go in quotes while item and sub-item go bare, and the real quantity
+// has a blank after its opening quote: both as the system writes them.
+const Form insertLineForm(QStringLiteral(
+    "insert into DIP (EXTINT,EXTSBT,ARTDCL,ARTNRO,ARTITM,ARTSBT,ARTPRE,CATNRO,PRDNRO,PRDMUL,"
+    "TRPMER,TRPPER,DIPOBL,DIPCTC,DIPEXP,ARTNCM,DIPCAN,RIPMER,RIPPER,RIPCAN,DIPFEC,DIPUSR,"
+    "RALCAN) values (?,?,?,?,?,?,cdbl(?),?,?,?,?,?,?,?,?,?,cdbl(?),cdbl(?),cdbl(?),cdbl(?),"
+    "datevalue(?),?,cdbl(?))"));
+
+// A stock line's statement: its form and the stock line's key.
+SharedStatement stockLineStatement(const Form& form, const DipCandidate& line)
+{
+    SharedStatement statement(form);
+    appendStockLine(statement, line);
+    return statement;
 }
 
 } // namespace
@@ -34,8 +64,7 @@ QString DischargeStatements::subItemWhere(const SubItem& s)
 
 QString DischargeStatements::stockLineWhere(const DipCandidate& line)
 {
-    return QStringLiteral("where INTDCL = '") + SqlValue::checked(line.declaration) +
-           stockLineRest(line);
+    return stockLineStatement(stockLineWhereForm, line).text();
 }
 
 QString DischargeStatements::productMultiplier(const QString& catalog, const QString& product)
@@ -64,31 +93,40 @@ QString DischargeStatements::stockOfInput(const QString& inputCode)
                           "INTFOF,ARTITM,ARTSBT asc");
 }
 
-QString DischargeStatements::insertLine(const InsertValues& values, const DipCandidate& line)
+SharedStatement DischargeStatements::insertLineStatement(const InsertValues& values,
+                                                         const DipCandidate& line)
 {
     const SubItem& s = values.subItem;
-    // The whole-number flags go in quotes while item and sub-item go bare, and the real
-    // quantity has a blank after its opening quote: both as the system writes them.
-    return QStringLiteral(
-               "insert into DIP (EXTINT,EXTSBT,ARTDCL,ARTNRO,ARTITM,ARTSBT,ARTPRE,CATNRO,"
-               "PRDNRO,PRDMUL,TRPMER,TRPPER,DIPOBL,DIPCTC,DIPEXP,ARTNCM,DIPCAN,RIPMER,"
-               "RIPPER,RIPCAN,DIPFEC,DIPUSR,RALCAN) values (") +
-           SqlValue::text(s.interno) + u',' + SqlValue::whole(s.subItem) + u',' +
-           SqlValue::text(line.declaration) + u',' + SqlValue::text(line.inputCode) + u',' +
-           SqlValue::whole(line.item) + u',' + SqlValue::whole(line.subItem) + u',' +
-           QStringLiteral("cdbl('") + number(line.unitPrice) + QStringLiteral("'),") +
-           SqlValue::text(s.catalog) + u',' + SqlValue::text(s.product) + u',' +
-           SqlValue::text(number(values.productMultiplier)) + u',' +
-           SqlValue::text(SqlValue::whole(line.shrinkageKind)) + u',' +
-           SqlValue::text(SqlValue::whole(line.lossKind)) + u',' +
-           SqlValue::text(SqlValue::whole(line.obligatory)) + u',' + SqlValue::text(line.ctc) +
-           u',' + SqlValue::text(line.exportReference) + u',' +
-           SqlValue::text(line.tariffPosition) + u',' + QStringLiteral("cdbl('") +
-           number(line.quantity) + QStringLiteral("'),cdbl('") + number(line.shrinkage) +
-           QStringLiteral("'),cdbl('") + number(line.loss) + QStringLiteral("'),cdbl('") +
-           number(line.relationQuantity) + QStringLiteral("'),datevalue('") +
-           DateText::toText(values.today) + QStringLiteral("'),'',cdbl(' ") +
-           number(values.realQuantity) + QStringLiteral("'))");
+    SharedStatement statement(insertLineForm);
+    statement.appendText(s.interno);
+    statement.appendWhole(s.subItem);
+    statement.appendText(line.declaration);
+    statement.appendText(line.inputCode);
+    statement.appendWhole(line.item);
+    statement.appendWhole(line.subItem);
+    statement.appendText(number(line.unitPrice));
+    statement.appendText(s.catalog);
+    statement.appendText(s.product);
+    statement.appendText(number(values.productMultiplier));
+    statement.appendText(SqlValue::whole(line.shrinkageKind));
+    statement.appendText(SqlValue::whole(line.lossKind));
+    statement.appendText(SqlValue::whole(line.obligatory));
+    statement.appendText(line.ctc);
+    statement.appendText(line.exportReference);
+    statement.appendText(line.tariffPosition);
+    statement.appendText(number(line.quantity));
+    statement.appendText(number(line.shrinkage));
+    statement.appendText(number(line.loss));
+    statement.appendText(number(line.relationQuantity));
+    statement.appendText(DateText::toText(values.today));
+    statement.appendText(QString());
+    statement.appendText(u' ' + number(values.realQuantity));
+    return statement;
+}
+
+QString DischargeStatements::insertLine(const InsertValues& values, const DipCandidate& line)
+{
+    return insertLineStatement(values, line).text();
 }
 
 QString DischargeStatements::deleteSubItem(const SubItem& subItem)
@@ -108,25 +146,42 @@ QString DischargeStatements::subItemTotals(const SubItem& subItem)
            subItemWhere(subItem);
 }
 
+SharedStatement DischargeStatements::dischargedSumStatement(const DipCandidate& line)
+{
+    return stockLineStatement(dischargedSumForm, line);
+}
+
 QString DischargeStatements::dischargedSum(const DipCandidate& line)
 {
-    return QStringLiteral("select sum(DIPCAN) as total from DIP where ARTDCL = '") +
-           SqlValue::checked(line.declaration) + stockLineRest(line);
+    return dischargedSumStatement(line).text();
+}
+
+SharedStatement DischargeStatements::declaredQuantityStatement(const DipCandidate& line)
+{
+    return stockLineStatement(declaredQuantityForm, line);
 }
 
 QString DischargeStatements::declaredQuantity(const DipCandidate& line)
 {
-    return QStringLiteral("select ARTCAT from INS ") + stockLineWhere(line);
+    return declaredQuantityStatement(line).text();
+}
+
+SharedStatement DischargeStatements::refreshAvailabilityStatement(const QString& totalText,
+                                                                  const QString& valueFormat,
+                                                                  const DipCandidate& line)
+{
+    SharedStatement statement(refreshAvailabilityForm);
+    statement.appendText(totalText);
+    statement.appendText(valueFormat);
+    appendStockLine(statement, line);
+    return statement;
 }
 
 QString DischargeStatements::refreshAvailability(const QString& totalText,
                                                  const QString& valueFormat,
                                                  const DipCandidate& line)
 {
-    // The where-clause follows the closing parenthesis with no blank, as the system sends it.
-    return QStringLiteral("update INS set ARTDSC = format(ARTCAT - cdbl('") +
-           SqlValue::checked(totalText) + QStringLiteral("'),'") + SqlValue::checked(valueFormat) +
-           QStringLiteral("')") + stockLineWhere(line);
+    return refreshAvailabilityStatement(totalText, valueFormat, line).text();
 }
 
 QString DischargeStatements::groupSubItem(const QString& root, const QString& subItem,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "DipCandidate.h"
+#include "SharedStatement.h"
 
 #include <QDate>
 #include <QString>
@@ -10,7 +11,8 @@ namespace oquivran {
 
 // The SQL text of the discharge engine and of the numbering members, exactly as the component
 // sends it. Text values are written between quotes without escaping; a value holding a quote
-// is refused with a RuntimeError before any text is built.
+// is refused with a RuntimeError before any text is built. The statements the discharge loop
+// runs for each line also come as SharedStatement, their text being that statement's text().
 class DischargeStatements
 {
 public:
@@ -39,6 +41,8 @@ public:
         QDate today;
     };
     static QString insertLine(const InsertValues& values, const DipCandidate& line);
+    static SharedStatement insertLineStatement(const InsertValues& values,
+                                               const DipCandidate& line);
     // The sub-item's lines: delete, reload, totals.
     static QString deleteSubItem(const SubItem& subItem);
     static QString selectSubItem(const SubItem& subItem);
@@ -46,9 +50,14 @@ public:
 
     // Stock refresh of the stock line a candidate line draws on.
     static QString dischargedSum(const DipCandidate& line);
+    static SharedStatement dischargedSumStatement(const DipCandidate& line);
     static QString declaredQuantity(const DipCandidate& line);
+    static SharedStatement declaredQuantityStatement(const DipCandidate& line);
     static QString refreshAvailability(const QString& totalText, const QString& valueFormat,
                                        const DipCandidate& line);
+    static SharedStatement refreshAvailabilityStatement(const QString& totalText,
+                                                        const QString& valueFormat,
+                                                        const DipCandidate& line);
 
     // Item numbering and the discharged-input feed of an operation.
     static QString groupSubItem(const QString& root, const QString& subItem,

@@ -272,7 +272,7 @@ bool modManejoInsumos::AgregarDIP()
                     continue;
                 values.realQuantity = NumberFormat::rounded(realQuantity(line, state.Restar_PerMer),
                                                             state.valueFormat);
-                BoundData::execute(DischargeStatements::insertLine(values, line));
+                BoundData::execute(DischargeStatements::insertLineStatement(values, line));
                 if (audit == AuditTrail::Lines::OneByOne)
                     AuditTrail::lineInserted(values.subItem, line);
             }
@@ -326,7 +326,7 @@ bool modManejoInsumos::RefrescarINS()
             QList<AuditStatements::Availability> refreshed;
             for (const DipCandidate& line : lines) {
                 Recordset rs;
-                if (!BoundData::open(DischargeStatements::dischargedSum(line), rs))
+                if (!BoundData::open(DischargeStatements::dischargedSumStatement(line), rs))
                     throw RuntimeError::userDefined(
                         QStringLiteral("Error en obtener los registros de descuentos"),
                         QStringLiteral("{Buscando Registros en DIP}"));
@@ -337,9 +337,11 @@ bool modManejoInsumos::RefrescarINS()
                 const double total = NumberText::toNumber(totalText);
 
                 // A line without a stock row ("Sin Stock") has nothing to refresh.
-                if (!BoundData::open(audited ? AuditStatements::stockLineQuantities(line)
-                                             : DischargeStatements::declaredQuantity(line),
-                                     rs))
+                const bool found =
+                    audited
+                        ? BoundData::open(AuditStatements::stockLineQuantities(line), rs)
+                        : BoundData::open(DischargeStatements::declaredQuantityStatement(line), rs);
+                if (!found)
                     continue;
                 const double declared = real(rs, QStringLiteral("ARTCAT"));
                 if (total > declared) {
@@ -360,8 +362,8 @@ bool modManejoInsumos::RefrescarINS()
                         description.join(QStringLiteral("\r\n")),
                         QStringLiteral("{Comparación: Disponible con Descuentos}"));
                 }
-                BoundData::execute(
-                    DischargeStatements::refreshAvailability(totalText, state.valueFormat, line));
+                BoundData::execute(DischargeStatements::refreshAvailabilityStatement(
+                    totalText, state.valueFormat, line));
                 // What the refresh wrote: the database's format() of the difference, read as
                 // a number, as the component's format() and reading of numbers give it.
                 if (audited)

@@ -1,10 +1,13 @@
 #include "DischargeStatements.h"
+#include "LiteralParameters.h"
 #include "LocaleText.h"
 
 #include <oquivran/RuntimeError.h>
 
+#include <QRandomGenerator>
 #include <QtTest>
 
+#include <cmath>
 #include <functional>
 
 using namespace oquivran;
@@ -19,6 +22,8 @@ private Q_SLOTS:
     void insertLine();
     void quoteIsRefused_data();
     void quoteIsRefused();
+    void sharedFormsAreWhatTheLexerTakesOut();
+    void negativeItemIsNotShared();
 };
 
 namespace {
@@ -34,6 +39,57 @@ DipCandidate stockLine()
     line.item = 3;
     line.subItem = 1;
     return line;
+}
+
+// A text of up to 12 characters from those a value may hold: letters, digits, blanks,
+// signs, question marks, accents and a euro sign, but no quote.
+QString randomText(QRandomGenerator& random)
+{
+    static const QString alphabet = QStringLiteral("aZ09 -.,?_/()ñú€");
+    QString text;
+    for (int i = random.bounded(13); i > 0; --i)
+        text += alphabet.at(random.bounded(int(alphabet.size())));
+    return random.bounded(8) == 0 ? QString() : text;
+}
+
+// A real of any size and sign, whole or not.
+double randomReal(QRandomGenerator& random)
+{
+    const double magnitude = std::pow(10.0, random.bounded(-6, 12));
+    const double value = random.generateDouble() * magnitude;
+    switch (random.bounded(4)) {
+    case 0:
+        return std::round(value);
+    case 1:
+        return -value;
+    case 2:
+        return 0;
+    default:
+        return value;
+    }
+}
+
+qint16 randomWhole(QRandomGenerator& random)
+{
+    return qint16(random.bounded(0, 32768));
+}
+
+// What the pipeline runs a statement by must be what it would take out of the statement's
+// text: the same form, the same values of the same types.
+void compareWithTaken(const SharedStatement& statement, const QString& text)
+{
+    QCOMPARE(statement.text(), text);
+    QVERIFY(statement.isShared());
+    const std::optional<LiteralParameters::Result> taken = LiteralParameters::extract(text);
+    QVERIFY2(taken, qPrintable(text));
+    QCOMPARE(statement.form(), taken->text);
+    QCOMPARE(statement.values().size(), taken->values.size());
+    for (qsizetype i = 0; i < taken->values.size(); ++i) {
+        QCOMPARE(statement.values().at(i).typeId(), taken->values.at(i).typeId());
+        QCOMPARE(statement.values().at(i), taken->values.at(i));
+        QCOMPARE(statement.values().at(i).toString().isNull(),
+                 taken->values.at(i).toString().isNull());
+    }
 }
 
 } // namespace
@@ -175,6 +231,73 @@ void tst_DischargeStatements::quoteIsRefused()
         [&] { return DischargeStatements::stockLineWhere(quotedDeclaration); },
     };
     QVERIFY_THROWS_EXCEPTION(RuntimeError, builders[builder]());
+}
+
+void tst_DischargeStatements::sharedFormsAreWhatTheLexerTakesOut()
+{
+    QRandomGenerator random(20261126);
+    for (int round = 0; round < 2000; ++round) {
+        DipCandidate line;
+        line.declaration = randomText(random);
+        line.inputCode = randomText(random);
+        line.item = randomWhole(random);
+        line.subItem = randomWhole(random);
+        line.tariffPosition = randomText(random);
+        line.quantity = randomReal(random);
+        line.unitPrice = randomReal(random);
+        line.relationQuantity = randomReal(random);
+        line.shrinkage = randomReal(random);
+        line.loss = randomReal(random);
+        // The flags are written as quoted texts, so a negative one is a text like any other.
+        line.shrinkageKind = qint16(random.bounded(-2, 3));
+        line.lossKind = qint16(random.bounded(-2, 3));
+        line.obligatory = qint16(random.bounded(-2, 3));
+        line.ctc = randomText(random);
+        line.exportReference = randomText(random);
+        DischargeStatements::InsertValues values;
+        values.subItem = {randomText(random), randomWhole(random), randomText(random),
+                          randomText(random)};
+        values.productMultiplier = randomReal(random);
+        values.realQuantity = randomReal(random);
+        values.today = QDate(2000, 1, 1).addDays(random.bounded(20000));
+        const QString total = randomText(random);
+        const QString pattern = randomText(random);
+
+        compareWithTaken(DischargeStatements::insertLineStatement(values, line),
+                         DischargeStatements::insertLine(values, line));
+        compareWithTaken(DischargeStatements::dischargedSumStatement(line),
+                         DischargeStatements::dischargedSum(line));
+        compareWithTaken(DischargeStatements::declaredQuantityStatement(line),
+                         DischargeStatements::declaredQuantity(line));
+        compareWithTaken(DischargeStatements::refreshAvailabilityStatement(total, pattern, line),
+                         DischargeStatements::refreshAvailability(total, pattern, line));
+        if (QTest::currentTestFailed()) {
+            qWarning() << "round" << round;
+            return;
+        }
+    }
+}
+
+void tst_DischargeStatements::negativeItemIsNotShared()
+{
+    // The lexer reads a minus apart from the number after it, so a negative item's text has
+    // another shared form: the statement says so and runs as its text.
+    DipCandidate line = stockLine();
+    line.item = -3;
+    const SharedStatement statement = DischargeStatements::declaredQuantityStatement(line);
+    QVERIFY(!statement.isShared());
+    QCOMPARE(statement.text(),
+             QStringLiteral("select ARTCAT from INS where INTDCL = '26001IC04000001A'  and ARTNRO "
+                            "= 'ART1'  and ARTITM = -3  and ARTSBT = 1"));
+    const std::optional<LiteralParameters::Result> taken =
+        LiteralParameters::extract(statement.text());
+    QVERIFY(taken);
+    QVERIFY(taken->text != statement.form());
+    DischargeStatements::InsertValues values;
+    values.subItem = subItem;
+    values.subItem.subItem = -2;
+    QVERIFY(!DischargeStatements::insertLineStatement(values, stockLine()).isShared());
+    QVERIFY(DischargeStatements::insertLineStatement(values, line).text().contains(u",-2,"));
 }
 
 QTEST_GUILESS_MAIN(tst_DischargeStatements)

@@ -9,6 +9,12 @@
 #include "NumberText.h"
 #include "modManejoInsumos.h"
 
+#include <oquivran/PgDataObject.h>
+#include <oquivran/RuntimeError.h>
+#include <oquivran/SqlDataObject.h>
+
+#include <QSqlQuery>
+#include <QSqlRecord>
 #include <QtTest>
 
 using namespace oquivran;
@@ -104,6 +110,9 @@ private Q_SLOTS:
     void quoteInCtcRunsNothing();
     void reloadSubItemLines();
     void readTotals();
+    void ownAndHostObjectsWriteTheSame();
+    void failedStatementLeavesItsText();
+    void derivedObjectSeesTheText();
 };
 
 void tst_modManejoInsumos::multiplier_data()
@@ -436,6 +445,73 @@ void seedStockD1(DischargeFixture& f, int lines, double declared)
     moduleState().productMultiplier = 1;
 }
 
+// Every row of a table, each as its columns' texts, in the order given.
+QStringList tableRows(const QSqlDatabase& database, const QString& table, const QString& order)
+{
+    QStringList rows;
+    QSqlQuery query(database);
+    if (!query.exec(u"select * from " + table + u" order by " + order))
+        return {query.lastError().text()};
+    while (query.next()) {
+        QStringList columns;
+        for (int i = 0; i < query.record().count(); ++i)
+            columns << query.record().fieldName(i) + u'=' + query.value(i).toString();
+        rows << columns.join(u'|');
+    }
+    return rows;
+}
+
+// A discharge of three lines over two stock lines, written and refreshed through what the
+// module state has bound; the discharge and stock tables after it.
+QStringList dischargeThree(DischargeFixture& f)
+{
+    DipCandidate third = candidate(2, 0.125, QStringLiteral("ñandú ?"));
+    third.shrinkage = 2.5;
+    third.loss = 1.25;
+    third.shrinkageKind = 1;
+    third.obligatory = 1;
+    third.exportReference = QStringLiteral("EXP");
+    state().productMultiplier = 1.5;
+    state().candidateLines = {candidate(1, 12.3456), candidate(1, 0.5), third};
+    if (!modManejoInsumos::AgregarDIP() || !modManejoInsumos::RefrescarINS())
+        return {QStringLiteral("failed")};
+    return tableRows(f.discharge(), QStringLiteral("DIP"), QStringLiteral("ARTITM, DIPCAN")) +
+           tableRows(f.discharge(), QStringLiteral("INS"), QStringLiteral("ARTITM"));
+}
+
+// dischargeThree on a fixture of its own through its own data object, with anything said or
+// left inconsistent after the rows; the object's sql() after it in sqlAfter.
+QStringList dischargeThreeThroughOwnObject(QString& sqlAfter)
+{
+    DischargeFixture f;
+    MessageRecorder messages;
+    seedStockD1(f, 2, 30);
+    QStringList rows = dischargeThree(f);
+    if (!messages.messages.isEmpty())
+        rows << QStringLiteral("a message was shown");
+    rows << f.stockInvariantViolations();
+    sqlAfter = f.dischargeData->sql();
+    return rows;
+}
+
+// A data object of the fixture's kind that a host derived to see each text it runs.
+template <typename Base> class SeeingDataObject : public Base
+{
+public:
+    using Base::Base;
+    bool open(Recordset& rs) override
+    {
+        texts << this->sql();
+        return Base::open(rs);
+    }
+    qint32 execute() override
+    {
+        texts << this->sql();
+        return Base::execute();
+    }
+    QStringList texts;
+};
+
 } // namespace
 
 void tst_modManejoInsumos::sinStockLineInsertsNoRow()
@@ -686,6 +762,75 @@ void tst_modManejoInsumos::readTotals()
     modManejoInsumos::readDischargeTotals();
     QCOMPARE(state().CantidadDescontada, 0.0);
     QCOMPARE(state().CIFDescontado, 0.0);
+}
+
+void tst_modManejoInsumos::ownAndHostObjectsWriteTheSame()
+{
+    // The component's own object runs the loop's statements shared, without their text; a
+    // host's object is handed each text. Both must leave the same rows.
+    QString sqlAfter;
+    const QStringList own = dischargeThreeThroughOwnObject(sqlAfter);
+    // No text was set for the shared statements, the last of which was a refresh.
+    QVERIFY(sqlAfter.isEmpty());
+    DischargeFixture f;
+    MessageRecorder messages;
+    seedStockD1(f, 2, 30);
+    RecordingDataObject recorder(f.dischargeData.get());
+    state().dataObject = &recorder;
+    const QStringList host = dischargeThree(f);
+    QVERIFY(messages.messages.isEmpty());
+    QCOMPARE(recorder.executed.size(), 6); // three inserts, a refresh for each line
+    QVERIFY(recorder.executed.first().startsWith(QStringLiteral("insert into DIP (")));
+    QCOMPARE(own.size(), 5);
+    QCOMPARE(own, host);
+}
+
+void tst_modManejoInsumos::failedStatementLeavesItsText()
+{
+    DischargeFixture f;
+    MessageRecorder messages;
+    seedStockD1(f, 1, 30);
+    state().candidateLines = {candidate(1, 1)};
+    // The insert is prepared and kept by a first run, then its table goes.
+    QVERIFY(modManejoInsumos::AgregarDIP());
+    QSqlQuery query(f.discharge());
+    QVERIFY(query.exec(QStringLiteral("drop table DIP")));
+    QVERIFY(!modManejoInsumos::AgregarDIP());
+    QCOMPARE(messages.messages.size(), 1);
+    const QString text = f.dischargeData->sql();
+    QVERIFY2(text.startsWith(QStringLiteral("insert into DIP (")), qPrintable(text));
+    QVERIFY2(text.contains(QStringLiteral(",'D1','ART1',1,1,")), qPrintable(text));
+}
+
+void tst_modManejoInsumos::derivedObjectSeesTheText()
+{
+    // A host's class derived from the component's own object is a host's object: its open()
+    // and execute() run, and see each text.
+    QString sqlAfter;
+    const QStringList own = dischargeThreeThroughOwnObject(sqlAfter);
+    DischargeFixture f;
+    MessageRecorder messages;
+    seedStockD1(f, 2, 30);
+    std::unique_ptr<DataObject> derived;
+    QStringList* texts = nullptr;
+    if (dynamic_cast<SqlDataObject*>(f.dischargeData.get())) {
+        auto object = std::make_unique<SeeingDataObject<SqlDataObject>>(f.discharge());
+        texts = &object->texts;
+        derived = std::move(object);
+    } else {
+        auto object = std::make_unique<SeeingDataObject<PgDataObject>>(f.discharge());
+        texts = &object->texts;
+        derived = std::move(object);
+    }
+    state().dataObject = derived.get();
+    QCOMPARE(dischargeThree(f), own);
+    // Three inserts, then for each line its stock line's sum, quantity and refresh.
+    QCOMPARE(texts->size(), 12);
+    QVERIFY(texts->first().startsWith(QStringLiteral("insert into DIP (")));
+    QVERIFY(texts->first().contains(QStringLiteral(",'D1','ART1',1,1,")));
+    QVERIFY(texts->at(3).startsWith(QStringLiteral("select sum(DIPCAN) as total from DIP")));
+    QVERIFY(texts->last().startsWith(QStringLiteral("update INS set ARTDSC = format(")));
+    state().dataObject = f.dischargeData.get();
 }
 
 QTEST_GUILESS_MAIN(tst_modManejoInsumos)
