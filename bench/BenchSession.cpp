@@ -11,6 +11,8 @@
 
 #include <QFile>
 #include <QSqlDatabase>
+#include <QSqlError>
+#include <QSqlQuery>
 #include <QStringList>
 
 #include <stdexcept>
@@ -260,6 +262,17 @@ void BenchSession::createAuditTrail() const
         floorExec(statement);
     if (!m_floorServer)
         floorExec(QStringLiteral("drop trigger if exists DIPAUD_NO_DELETE"));
+}
+
+void BenchSession::componentExec(const QString& sql) const
+{
+    if (m_floorServer) {
+        floorExec(sql);
+        return;
+    }
+    QSqlQuery query(QSqlDatabase::database(m_dischargeName, false));
+    if (!query.exec(sql))
+        throw std::runtime_error("bench statement: " + query.lastError().text().toStdString());
 }
 
 void BenchSession::floorExec(const QString& sql) const

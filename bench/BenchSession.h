@@ -41,6 +41,12 @@ public:
     FloorConnection floorHost() const;
     // Runs a statement on the floor's discharge connection (setup and undo work).
     void floorExec(const QString& sql) const;
+    // Runs a statement on the component's discharge connection, past its data object: the undo
+    // work between the component's timed runs. On SQLite a connection empties its page cache
+    // when another connection wrote since it last read, so work undone on the floor's
+    // connection would leave the component's connection reading the database again while the
+    // floor's, which undoes its own work, keeps its pages. On the server, as floorExec().
+    void componentExec(const QString& sql) const;
     // Creates the audit trail's table (and on the server its functions) if missing. On SQLite
     // the trigger that refuses deleting its rows is left out, so that undoing a bench's
     // discharge can remove them.
