@@ -24,11 +24,9 @@ double ValueConversion::toReal(const QVariant& value)
     if (value.isNull())
         return 0.0;
     switch (value.typeId()) {
-    case QMetaType::Double:
     case QMetaType::Float:
     case QMetaType::Int:
     case QMetaType::UInt:
-    case QMetaType::LongLong:
     case QMetaType::ULongLong:
     case QMetaType::Short:
     case QMetaType::UShort:
