@@ -1,40 +1,24 @@
 #include "SharedStatement.h"
 
+#include "SqlLexer.h"
 #include "SqlValue.h"
 
 #include <algorithm>
 
 namespace oquivran {
 
-namespace {
-
-// Calls text(run) for each run of the form's characters between its "?" outside quotes, and
-// placeholder(index) for each such "?".
-template <typename Placeholder, typename Text>
-void walk(QStringView form, Placeholder placeholder, Text text)
-{
-    qsizetype next = 0;
-    qsizetype runStart = 0;
-    bool quoted = false;
-    for (qsizetype at = 0; at < form.size(); ++at) {
-        const QChar c = form[at];
-        if (c == u'\'')
-            quoted = !quoted;
-        if (quoted || c != u'?')
-            continue;
-        text(form.sliced(runStart, at - runStart));
-        placeholder(next++);
-        runStart = at + 1;
-    }
-    text(form.sliced(runStart));
-}
-
-} // namespace
-
 SharedStatement::Form::Form(const QString& text) : text(text)
 {
-    walk(
-        text, [&](qsizetype) { ++valueCount; }, [](QStringView) {});
+    // The lexer's own reading decides which "?" are the form's: one between quotes is a text's.
+    const SqlLexer::Lexed lexed = SqlLexer::lex(text);
+    Q_ASSERT(lexed.isLexed());
+    for (const SqlLexer::Token& token : lexed.tokens) {
+        if (token.kind == SqlLexer::Token::Kind::Parameter) {
+            Q_ASSERT(token.size() == 1); // a form has bare "?" only
+            placeholders.append(token.start);
+        }
+    }
+    valueCount = placeholders.size();
 }
 
 SharedStatement::SharedStatement(const Form& form) : m_form(form)
@@ -72,16 +56,18 @@ QString SharedStatement::text() const
         size += value.typeId() == QMetaType::QString ? value.toString().size() + 2 : 20;
     QString text;
     text.reserve(size);
-    walk(
-        m_form.text,
-        [&](qsizetype index) {
-            const QVariant& value = m_values.at(index);
-            if (value.typeId() == QMetaType::QString)
-                text += u'\'' + value.toString() + u'\'';
-            else
-                text += SqlValue::whole(value.toLongLong());
-        },
-        [&](QStringView run) { text += run; });
+    qsizetype runStart = 0;
+    for (qsizetype index = 0; index < m_form.valueCount; ++index) {
+        const qsizetype at = m_form.placeholders.at(index);
+        text += QStringView(m_form.text).sliced(runStart, at - runStart);
+        const QVariant& value = m_values.at(index);
+        if (value.typeId() == QMetaType::QString)
+            text += u'\'' + value.toString() + u'\'';
+        else
+            text += SqlValue::whole(value.toLongLong());
+        runStart = at + 1;
+    }
+    text += QStringView(m_form.text).sliced(runStart);
     return text;
 }
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QList>
 #include <QString>
 #include <QVariantList>
 #include <QtGlobal>
@@ -21,7 +22,8 @@ public:
     {
         explicit Form(const QString& text);
         QString text;
-        qsizetype valueCount = 0; // its "?" outside quotes
+        QList<qsizetype> placeholders; // where each "?" the lexer reads as a parameter stands
+        qsizetype valueCount = 0;      // the number of those "?"
     };
 
     // Needs the form; its values are appended after, one for each "?".
