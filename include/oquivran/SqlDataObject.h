@@ -64,9 +64,9 @@ public:
     // The connection this object runs on.
     QSqlDatabase database() const;
     // The statement pipeline this object runs text through. The component runs its own
-    // statements of the discharge loop through it directly, built already shared, so that
-    // their text is not written only to be read back; sql() is then left empty, or holds the
-    // statement's text when it failed.
+    // statements of the discharge loop and of the reports' walk over items and sub-items
+    // through it directly, built already shared, so that their text is not written only to be
+    // read back; sql() is then left empty, or holds the statement's text when it failed.
     StatementPipeline& pipeline() const;
 
 private:

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "SharedStatement.h"
+
 #include <QString>
 #include <QtGlobal>
 
@@ -7,7 +9,9 @@ namespace oquivran {
 
 // The SQL text of the print options screen, the report generators and the page output,
 // exactly as the component sends it. Text values are written between quotes without escaping;
-// a value holding a quote is refused with a RuntimeError before any text is built.
+// a value holding a quote is refused with a RuntimeError before any text is built. The
+// statements a report runs for each item and sub-item also come as SharedStatement, their text
+// being that statement's text().
 class PrintStatements
 {
 public:
@@ -27,6 +31,11 @@ public:
     // A sub-item's discharge lines and those grouped under it, one row per line: the internal
     // control listing.
     static QString controlLines(const QString& interno, qint16 idsub);
+    // The same four built shared.
+    static SharedStatement itemsStatement(const QString& interno);
+    static SharedStatement subItemsStatement(const QString& interno, qint16 item);
+    static SharedStatement summedLinesStatement(const QString& interno, qint16 idsub);
+    static SharedStatement controlLinesStatement(const QString& interno, qint16 idsub);
 
     // Records the official number, official date (date text as typed) and invoices on every
     // discharge line of the operation.

@@ -28,9 +28,9 @@ ColumnLayout ComparativeReport::layout() const
     });
 }
 
-QString ComparativeReport::linesQuery(const QString& interno, qint16 idsub) const
+SharedStatement ComparativeReport::linesStatement(const QString& interno, qint16 idsub) const
 {
-    return PrintStatements::summedLines(interno, idsub);
+    return PrintStatements::summedLinesStatement(interno, idsub);
 }
 
 bool ComparativeReport::rulesUnderTitles() const

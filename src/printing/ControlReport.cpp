@@ -34,9 +34,9 @@ ColumnLayout ControlReport::layout() const
     });
 }
 
-QString ControlReport::linesQuery(const QString& interno, qint16 idsub) const
+SharedStatement ControlReport::linesStatement(const QString& interno, qint16 idsub) const
 {
-    return PrintStatements::controlLines(interno, idsub);
+    return PrintStatements::controlLinesStatement(interno, idsub);
 }
 
 QStringList ControlReport::detailValues(const Recordset& row, ReportTotals& totals) const

@@ -13,7 +13,7 @@ class ControlReport : public ReportKind
 public:
     qint16 ruleLength() const override;
     ColumnLayout layout() const override;
-    QString linesQuery(const QString& interno, qint16 idsub) const override;
+    SharedStatement linesStatement(const QString& interno, qint16 idsub) const override;
     QStringList detailValues(const Recordset& row, ReportTotals& totals) const override;
 };
 

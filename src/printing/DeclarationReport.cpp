@@ -50,9 +50,9 @@ ColumnLayout DeclarationReport::layout() const
     });
 }
 
-QString DeclarationReport::linesQuery(const QString& interno, qint16 idsub) const
+SharedStatement DeclarationReport::linesStatement(const QString& interno, qint16 idsub) const
 {
-    return PrintStatements::summedLines(interno, idsub);
+    return PrintStatements::summedLinesStatement(interno, idsub);
 }
 
 QString DeclarationReport::headingPrefix(const QString& idarticulo) const

@@ -36,12 +36,13 @@ bool ReportGenerator::GenerarOM() const
         const QString interno = moduleState().INTERNO;
 
         Recordset items;
-        if (!BoundData::open(PrintStatements::items(interno), items, BoundData::Database::Host))
+        if (!BoundData::open(PrintStatements::itemsStatement(interno), items,
+                             BoundData::Database::Host))
             return false;
         for (; !items.eof(); items.moveNext()) {
             const qint16 item = wholeField(items, QStringLiteral("id"));
             Recordset subItems;
-            if (!BoundData::open(PrintStatements::subItems(interno, item), subItems,
+            if (!BoundData::open(PrintStatements::subItemsStatement(interno, item), subItems,
                                  BoundData::Database::Host))
                 continue;
             // An item with a single sub-item prints it as sub-item 0000.
@@ -72,7 +73,7 @@ bool ReportGenerator::Generar_Linea(qint16 item, qint16 subItemNumber, qint16 id
     return ErrorMessage::guard(subItemLabel, [&] {
         Recordset lines;
         // A sub-item without discharge lines is left out of the report.
-        if (!BoundData::open(m_kind.linesQuery(moduleState().INTERNO, idsub), lines))
+        if (!BoundData::open(m_kind.linesStatement(moduleState().INTERNO, idsub), lines))
             return true;
 
         appendHeading(item, subItemNumber, idarticulo, cantidad);

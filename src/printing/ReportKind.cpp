@@ -66,6 +66,11 @@ ReportKind::LossAndShrinkage ReportKind::lossAndShrinkage(const Recordset& row, 
     return {printedLoss.text, printedShrinkage.text};
 }
 
+QString ReportKind::linesQuery(const QString& interno, qint16 idsub) const
+{
+    return linesStatement(interno, idsub).text();
+}
+
 QString ReportKind::rule(int length)
 {
     return QString(length, u'-');

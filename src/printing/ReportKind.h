@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ColumnLayout.h"
+#include "SharedStatement.h"
 
 #include <QString>
 #include <QStringList>
@@ -24,8 +25,10 @@ public:
     virtual qint16 ruleLength() const = 0;
     // The report's columns.
     virtual ColumnLayout layout() const = 0;
-    // The query of a sub-item's discharge lines (and those grouped under it).
-    virtual QString linesQuery(const QString& interno, qint16 idsub) const = 0;
+    // The query of a sub-item's discharge lines (and those grouped under it), built shared.
+    virtual SharedStatement linesStatement(const QString& interno, qint16 idsub) const = 0;
+    // Its text.
+    QString linesQuery(const QString& interno, qint16 idsub) const;
     // The detail values of the recordset's current row, one per column; adds what the report
     // totals to totals.
     virtual QStringList detailValues(const Recordset& row, ReportTotals& totals) const = 0;

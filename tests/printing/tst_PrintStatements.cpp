@@ -1,4 +1,5 @@
 #include "PrintStatements.h"
+#include "SharedStatementCheck.h"
 
 #include <oquivran/RuntimeError.h>
 
@@ -17,6 +18,8 @@ private Q_SLOTS:
     void exactText();
     void quoteIsRefused_data();
     void quoteIsRefused();
+    void sharedFormsAreWhatTheLexerTakesOut();
+    void negativeSubItemIsNotShared();
 };
 
 void tst_PrintStatements::exactText_data()
@@ -100,6 +103,39 @@ void tst_PrintStatements::quoteIsRefused()
     } catch (const RuntimeError& error) {
         QCOMPARE(error.number, qint32(UserDefinedError));
     }
+}
+
+void tst_PrintStatements::sharedFormsAreWhatTheLexerTakesOut()
+{
+    QRandomGenerator random(20261127);
+    for (int round = 0; round < 2000; ++round) {
+        const QString interno = randomValueText(random);
+        const auto number = qint16(random.bounded(0, 32768));
+        compareWithTaken(PrintStatements::itemsStatement(interno), PrintStatements::items(interno));
+        compareWithTaken(PrintStatements::subItemsStatement(interno, number),
+                         PrintStatements::subItems(interno, number));
+        compareWithTaken(PrintStatements::summedLinesStatement(interno, number),
+                         PrintStatements::summedLines(interno, number));
+        compareWithTaken(PrintStatements::controlLinesStatement(interno, number),
+                         PrintStatements::controlLines(interno, number));
+        if (QTest::currentTestFailed()) {
+            qWarning() << "round" << round;
+            return;
+        }
+    }
+}
+
+void tst_PrintStatements::negativeSubItemIsNotShared()
+{
+    // The lexer reads a minus apart from the number after it: such a sub-item's lines are not
+    // shared and run as their text, which keeps the number as written.
+    const SharedStatement lines = PrintStatements::controlLinesStatement(QStringLiteral("OP"), -2);
+    QVERIFY(!lines.isShared());
+    QVERIFY(
+        lines.text().endsWith(QStringLiteral("EXTINT = 'OP' and (EXTSBT = -2 or idroot = -2)")));
+    const SharedStatement subItems = PrintStatements::subItemsStatement(QStringLiteral("OP"), -1);
+    QVERIFY(!subItems.isShared());
+    QVERIFY(subItems.text().contains(QStringLiteral(" and id = -1 order by idsub")));
 }
 
 QTEST_APPLESS_MAIN(tst_PrintStatements)
