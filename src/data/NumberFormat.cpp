@@ -105,11 +105,11 @@ PatternDigits patternDigits(double value, const PatternShape& shape)
     return result;
 }
 
-// The text format prints for the digits.
-QString textOf(const PatternDigits& digits, const LocaleRules& rules)
+// Writes the text format prints for the digits into text, in the room it already has when
+// that is enough: a report line after line prints its figures into the same strings.
+void writeText(QString& text, const PatternDigits& digits, const LocaleRules& rules)
 {
-    // Written once into a string of the right size: reports print thousands of these.
-    QString text(qsizetype(digits.minus) + digits.letters.size(), Qt::Uninitialized);
+    text.resize(qsizetype(digits.minus) + digits.letters.size());
     char16_t* out = reinterpret_cast<char16_t*>(text.data());
     if (digits.minus)
         *out++ = u'-';
@@ -117,7 +117,6 @@ QString textOf(const PatternDigits& digits, const LocaleRules& rules)
         *out++ = char16_t(letter);
     if (digits.point >= 0)
         text[qsizetype(digits.minus) + digits.point] = rules.decimalSeparator();
-    return text;
 }
 
 // A value that is exactly a decimal of the pattern's places prints as itself and reads back
@@ -150,9 +149,18 @@ double readBack(const PatternDigits& digits)
 
 QString NumberFormat::format(double value, const QString& pattern, const LocaleRules& rules)
 {
+    QString text;
+    write(text, value, pattern, rules);
+    return text;
+}
+
+void NumberFormat::write(QString& text, double value, const QString& pattern,
+                         const LocaleRules& rules)
+{
     if (!std::isfinite(value))
-        return NumberText::toText(value, rules);
-    return textOf(patternDigits(value, patternShape(pattern)), rules);
+        text = NumberText::toText(value, rules);
+    else
+        writeText(text, patternDigits(value, patternShape(pattern)), rules);
 }
 
 double NumberFormat::rounded(double value, const QString& pattern, const LocaleRules& rules)
@@ -168,16 +176,26 @@ double NumberFormat::rounded(double value, const QString& pattern, const LocaleR
 NumberFormat::Printed NumberFormat::printed(double value, const QString& pattern,
                                             const LocaleRules& rules)
 {
+    Printed result;
+    result.number = print(result.text, value, pattern, rules);
+    return result;
+}
+
+double NumberFormat::print(QString& text, double value, const QString& pattern,
+                           const LocaleRules& rules)
+{
     if (!std::isfinite(value)) {
-        QString text = NumberText::toText(value, rules);
-        const double number = NumberText::toNumber(text, rules);
-        return {std::move(text), number};
+        QString written = NumberText::toText(value, rules);
+        const double number = NumberText::toNumber(written, rules);
+        text = std::move(written);
+        return number;
     }
     const PatternShape shape = patternShape(pattern);
     const PatternDigits digits = patternDigits(value, shape);
     const std::optional<double> itself = readsBackAsItself(value, shape);
     const double number = itself ? *itself : readBack(digits);
-    return {textOf(digits, rules), number};
+    writeText(text, digits, rules);
+    return number;
 }
 
 } // namespace oquivran

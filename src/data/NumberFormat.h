@@ -24,6 +24,10 @@ public:
     // grouping. Infinite and NaN values print as the ordinary conversion does.
     static QString format(double value, const QString& pattern,
                           const LocaleRules& rules = LocaleRules::system());
+    // The same text written into `text`, in the room it already has when that is enough: a
+    // report prints line after line into the same strings.
+    static void write(QString& text, double value, const QString& pattern,
+                      const LocaleRules& rules = LocaleRules::system());
 
     // The value rounded the component's way: formatted with the pattern and read back, so it
     // keeps exactly the precision the pattern shows.
@@ -35,6 +39,10 @@ public:
     // throws.
     static Printed printed(double value, const QString& pattern,
                            const LocaleRules& rules = LocaleRules::system());
+    // The same, the text written into `text` as write() does; returns the number. Leaves
+    // `text` as it was when it throws.
+    static double print(QString& text, double value, const QString& pattern,
+                        const LocaleRules& rules = LocaleRules::system());
 };
 
 } // namespace oquivran

@@ -38,7 +38,8 @@ bool ComparativeReport::rulesUnderTitles() const
     return true;
 }
 
-QStringList ComparativeReport::detailValues(const Recordset& row, ReportTotals& totals) const
+void ComparativeReport::detailValues(const Recordset& row, ReportTotals& totals,
+                                     QStringList& values) const
 {
     Q_UNUSED(totals);
     const QString twoDecimals = QStringLiteral("00.00");
@@ -47,14 +48,14 @@ QStringList ComparativeReport::detailValues(const Recordset& row, ReportTotals& 
         transferred = minimumTransferred;
     const double discharged = real(row, QStringLiteral("DIPCANex"));
 
-    return {text(row, QStringLiteral("ARTDCL")),
-            text(row, QStringLiteral("INTADU")).left(3),
-            text(row, QStringLiteral("ARTNRO")),
-            text(row, QStringLiteral("INTVEN")),
-            text(row, QStringLiteral("DIPCTC")),
-            NumberFormat::format(transferred, twoDecimals),
-            NumberFormat::format(discharged, QStringLiteral("00.000000")),
-            NumberFormat::format(transferred - discharged, QStringLiteral("00.00000000"))};
+    values[0] = text(row, QStringLiteral("ARTDCL"));
+    values[1] = text(row, QStringLiteral("INTADU")).left(3);
+    values[2] = text(row, QStringLiteral("ARTNRO"));
+    values[3] = text(row, QStringLiteral("INTVEN"));
+    values[4] = text(row, QStringLiteral("DIPCTC"));
+    NumberFormat::write(values[5], transferred, twoDecimals);
+    NumberFormat::write(values[6], discharged, QStringLiteral("00.000000"));
+    NumberFormat::write(values[7], transferred - discharged, QStringLiteral("00.00000000"));
 }
 
 } // namespace oquivran

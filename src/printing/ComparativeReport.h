@@ -14,7 +14,8 @@ public:
     qint16 ruleLength() const override;
     ColumnLayout layout() const override;
     SharedStatement linesStatement(const QString& interno, qint16 idsub) const override;
-    QStringList detailValues(const Recordset& row, ReportTotals& totals) const override;
+    void detailValues(const Recordset& row, ReportTotals& totals,
+                      QStringList& values) const override;
     bool rulesUnderTitles() const override;
 
     // The smallest quantity shown as transferred.

@@ -39,29 +39,28 @@ SharedStatement ControlReport::linesStatement(const QString& interno, qint16 ids
     return PrintStatements::controlLinesStatement(interno, idsub);
 }
 
-QStringList ControlReport::detailValues(const Recordset& row, ReportTotals& totals) const
+void ControlReport::detailValues(const Recordset& row, ReportTotals& totals,
+                                 QStringList& values) const
 {
     const ModuleState& state = moduleState();
     const double discharged = real(row, QStringLiteral("DIPCAN"));
-    const LossAndShrinkage figures = lossAndShrinkage(row, discharged, totals);
+    lossAndShrinkage(row, discharged, totals, values[9], values[10]);
 
-    return {text(row, QStringLiteral("ARTDCL")),
-            formatted(row, QStringLiteral("ARTITM"), QStringLiteral("000")),
-            formatted(row, QStringLiteral("ARTSBT"), QStringLiteral("000")),
-            text(row, QStringLiteral("PRDNRO")),
-            text(row, QStringLiteral("ARTNRO")),
-            text(row, QStringLiteral("ARTNCM")),
-            formatted(row, QStringLiteral("RIPCAN"), state.valueFormat),
-            formatted(row, QStringLiteral("PRDMUL"), QStringLiteral("0.00")),
-            formatted(row, QStringLiteral("DIPCAN"), state.valueFormat),
-            figures.loss,
-            figures.shrinkage,
-            formatted(row, QStringLiteral("RALCAN"), state.valueFormat),
-            formatted(row, QStringLiteral("ARTPRE"), QStringLiteral("00.000000")),
-            NumberFormat::format(real(row, QStringLiteral("RALCAN")) *
-                                     real(row, QStringLiteral("ARTPRE")),
-                                 QStringLiteral("0.00")),
-            text(row, QStringLiteral("DIPCTC"))};
+    values[0] = text(row, QStringLiteral("ARTDCL"));
+    values[1] = formatted(row, QStringLiteral("ARTITM"), QStringLiteral("000"));
+    values[2] = formatted(row, QStringLiteral("ARTSBT"), QStringLiteral("000"));
+    values[3] = text(row, QStringLiteral("PRDNRO"));
+    values[4] = text(row, QStringLiteral("ARTNRO"));
+    values[5] = text(row, QStringLiteral("ARTNCM"));
+    values[6] = formatted(row, QStringLiteral("RIPCAN"), state.valueFormat);
+    values[7] = formatted(row, QStringLiteral("PRDMUL"), QStringLiteral("0.00"));
+    values[8] = formatted(row, QStringLiteral("DIPCAN"), state.valueFormat);
+    values[11] = formatted(row, QStringLiteral("RALCAN"), state.valueFormat);
+    values[12] = formatted(row, QStringLiteral("ARTPRE"), QStringLiteral("00.000000"));
+    values[13] = NumberFormat::format(real(row, QStringLiteral("RALCAN")) *
+                                          real(row, QStringLiteral("ARTPRE")),
+                                      QStringLiteral("0.00"));
+    values[14] = text(row, QStringLiteral("DIPCTC"));
 }
 
 } // namespace oquivran

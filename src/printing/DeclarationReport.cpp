@@ -60,32 +60,27 @@ QString DeclarationReport::headingPrefix(const QString& idarticulo) const
     return idarticulo + QStringLiteral(" - ");
 }
 
-QStringList DeclarationReport::detailValues(const Recordset& row, ReportTotals& totals) const
+void DeclarationReport::detailValues(const Recordset& row, ReportTotals& totals,
+                                     QStringList& values) const
 {
     const ModuleState& state = moduleState();
     const QList<int>& at = detailPositions.in(row);
     const double discharged = real(row, at[Discharged]);
-    const NumberFormat::Printed quantity = NumberFormat::printed(discharged, state.valueFormat);
-    const LossAndShrinkage figures = lossAndShrinkage(row, discharged, totals);
-    const NumberFormat::Printed unitPrice =
-        NumberFormat::printed(real(row, at[Price]), unitPriceFormat);
+    const double quantity = NumberFormat::print(values[5], discharged, state.valueFormat);
+    lossAndShrinkage(row, discharged, totals, values[6], values[7]);
+    const double unitPrice = NumberFormat::print(values[8], real(row, at[Price]), unitPriceFormat);
     // The CIF total is taken from the real quantity, not the discharged one, each as printed.
-    const NumberFormat::Printed cif = NumberFormat::printed(
-        shown(real(row, at[RealQuantity]), state.valueFormat) * unitPrice.number, totalFormat);
+    const double cif = NumberFormat::print(
+        values[9], shown(real(row, at[RealQuantity]), state.valueFormat) * unitPrice, totalFormat);
 
-    totals.inputQuantity += quantity.number;
-    totals.cif += cif.number;
+    totals.inputQuantity += quantity;
+    totals.cif += cif;
 
-    return {text(row, at[Declaration]),
-            text(row, at[Input]),
-            text(row, at[Expiry]),
-            text(row, at[Ctc]),
-            formatted(row, at[Relation], state.valueFormat),
-            quantity.text,
-            figures.loss,
-            figures.shrinkage,
-            unitPrice.text,
-            cif.text};
+    values[0] = text(row, at[Declaration]);
+    values[1] = text(row, at[Input]);
+    values[2] = text(row, at[Expiry]);
+    values[3] = text(row, at[Ctc]);
+    formatted(values[4], row, at[Relation], state.valueFormat);
 }
 
 void DeclarationReport::appendClosing(const ReportTotals& totals) const

@@ -14,7 +14,8 @@ public:
     qint16 ruleLength() const override;
     ColumnLayout layout() const override;
     SharedStatement linesStatement(const QString& interno, qint16 idsub) const override;
-    QStringList detailValues(const Recordset& row, ReportTotals& totals) const override;
+    void detailValues(const Recordset& row, ReportTotals& totals,
+                      QStringList& values) const override;
     QString headingPrefix(const QString& idarticulo) const override;
     void appendClosing(const ReportTotals& totals) const override;
 

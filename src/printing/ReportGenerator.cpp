@@ -78,9 +78,13 @@ bool ReportGenerator::Generar_Linea(qint16 item, qint16 subItemNumber, qint16 id
 
         appendHeading(item, subItemNumber, idarticulo, cantidad);
         const ColumnLayout& layout = columns().layout;
-        for (; !lines.eof(); lines.moveNext())
-            ReportBuffer::append(LineKind::Detail, layout.detailLine(m_kind.detailValues(
-                                                       lines, moduleState().reportTotals)));
+        // One list of values serves every line: its figures are printed into the room the
+        // line before left.
+        m_values.resize(layout.count());
+        for (; !lines.eof(); lines.moveNext()) {
+            m_kind.detailValues(lines, moduleState().reportTotals, m_values);
+            ReportBuffer::append(LineKind::Detail, layout.detailLine(m_values));
+        }
         ReportBuffer::append(LineKind::Detail, QString());
         return true;
     });

@@ -3,6 +3,7 @@
 #include "ColumnLayout.h"
 
 #include <QString>
+#include <QStringList>
 #include <QtGlobal>
 
 #include <optional>
@@ -49,6 +50,8 @@ private:
 
     const ReportKind& m_kind;
     mutable std::optional<Columns> m_columns;
+    // The detail values of the line being written, kept from line to line.
+    mutable QStringList m_values;
 };
 
 } // namespace oquivran

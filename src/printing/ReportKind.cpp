@@ -51,19 +51,19 @@ double ReportKind::lossOrShrinkage(const QVariant& kind, const QVariant& figure,
     return ValueConversion::toReal(kind) == 0 ? Porcentaje(value, base) : value;
 }
 
-ReportKind::LossAndShrinkage ReportKind::lossAndShrinkage(const Recordset& row, double base,
-                                                          ReportTotals& totals)
+void ReportKind::lossAndShrinkage(const Recordset& row, double base, ReportTotals& totals,
+                                  QString& loss, QString& shrinkage)
 {
     const QString& pattern = moduleState().secondFormat;
     const QList<int>& at = lossPositions.in(row);
-    const double loss = lossOrShrinkage(row.value(at[LossKind]), row.value(at[LossFigure]), base);
-    const double shrinkage =
+    const double lossFigure =
+        lossOrShrinkage(row.value(at[LossKind]), row.value(at[LossFigure]), base);
+    const double shrinkageFigure =
         lossOrShrinkage(row.value(at[ShrinkageKind]), row.value(at[ShrinkageFigure]), base);
-    const NumberFormat::Printed printedLoss = NumberFormat::printed(loss, pattern);
-    const NumberFormat::Printed printedShrinkage = NumberFormat::printed(shrinkage, pattern);
-    totals.loss += printedLoss.number;
-    totals.shrinkage += printedShrinkage.number;
-    return {printedLoss.text, printedShrinkage.text};
+    const double shownLoss = NumberFormat::print(loss, lossFigure, pattern);
+    const double shownShrinkage = NumberFormat::print(shrinkage, shrinkageFigure, pattern);
+    totals.loss += shownLoss;
+    totals.shrinkage += shownShrinkage;
 }
 
 QString ReportKind::linesQuery(const QString& interno, qint16 idsub) const
@@ -104,6 +104,12 @@ QString ReportKind::formatted(const Recordset& row, const QString& field, const 
 QString ReportKind::formatted(const Recordset& row, int position, const QString& pattern)
 {
     return NumberFormat::format(real(row, position), pattern);
+}
+
+void ReportKind::formatted(QString& text, const Recordset& row, int position,
+                           const QString& pattern)
+{
+    NumberFormat::write(text, real(row, position), pattern);
 }
 
 double ReportKind::shown(double value, const QString& pattern)

@@ -29,9 +29,11 @@ public:
     virtual SharedStatement linesStatement(const QString& interno, qint16 idsub) const = 0;
     // Its text.
     QString linesQuery(const QString& interno, qint16 idsub) const;
-    // The detail values of the recordset's current row, one per column; adds what the report
-    // totals to totals.
-    virtual QStringList detailValues(const Recordset& row, ReportTotals& totals) const = 0;
+    // Writes the detail values of the recordset's current row into values, one per column, and
+    // adds what the report totals to totals. values holds one text per column, those of the
+    // line before, whose room a figure is printed into.
+    virtual void detailValues(const Recordset& row, ReportTotals& totals,
+                              QStringList& values) const = 0;
     // The text of a sub-item heading before "ITEM: "; empty by default.
     virtual QString headingPrefix(const QString& idarticulo) const;
     // True when a line of short rules follows the column titles; false by default.
@@ -49,14 +51,10 @@ public:
 
 protected:
     // The loss (RIPPER, TRPPER) and shrinkage (RIPMER, TRPMER) of the current row on a
-    // discharged quantity, in the loss/shrinkage format; what they show is added to totals.
-    struct LossAndShrinkage
-    {
-        QString loss;
-        QString shrinkage;
-    };
-    static LossAndShrinkage lossAndShrinkage(const Recordset& row, double base,
-                                             ReportTotals& totals);
+    // discharged quantity, written into loss and shrinkage in the loss/shrinkage format; what
+    // they show is added to totals.
+    static void lossAndShrinkage(const Recordset& row, double base, ReportTotals& totals,
+                                 QString& loss, QString& shrinkage);
     // A field of the current row as text (null is empty) and as a real, by the
     // value-conversion object.
     static QString text(const Recordset& row, const QString& field);
@@ -67,6 +65,8 @@ protected:
     // A field formatted with a pattern.
     static QString formatted(const Recordset& row, const QString& field, const QString& pattern);
     static QString formatted(const Recordset& row, int position, const QString& pattern);
+    static void formatted(QString& text, const Recordset& row, int position,
+                          const QString& pattern);
     // The number a value formatted with a pattern shows: what the totals add. Throws
     // RuntimeError 13 when that text shows no number.
     static double shown(double value, const QString& pattern);
