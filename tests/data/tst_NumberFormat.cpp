@@ -269,14 +269,25 @@ void tst_NumberFormat::readingBackGivesWhatFormatPrints()
         }
         values.append(value);
     }
+    // Written into the same strings value after value, as a report writes its lines: longer
+    // and shorter texts in turn leave nothing of the one before.
+    QString written;
+    QString printedInto;
     for (const double value : std::as_const(values)) {
         for (const LocaleRules* rules : {&point, &comma}) {
             const QString text = NumberFormat::format(value, pattern, *rules);
+            NumberFormat::write(written, value, pattern, *rules);
+            QCOMPARE(written, text);
             if (!NumberText::holdsNumber(text, *rules)) {
                 QVERIFY_THROWS_EXCEPTION(RuntimeError,
                                          NumberFormat::rounded(value, pattern, *rules));
                 QVERIFY_THROWS_EXCEPTION(RuntimeError,
                                          NumberFormat::printed(value, pattern, *rules));
+                // A refused value leaves the string it was to be printed into as it was.
+                const QString before = printedInto;
+                QVERIFY_THROWS_EXCEPTION(RuntimeError,
+                                         NumberFormat::print(printedInto, value, pattern, *rules));
+                QCOMPARE(printedInto, before);
                 continue;
             }
             const double expected = NumberText::toNumber(text, *rules);
@@ -289,8 +300,10 @@ void tst_NumberFormat::readingBackGivesWhatFormatPrints()
                                      .arg(text)
                                      .arg(expected, 0, 'g', 17)));
             const NumberFormat::Printed both = NumberFormat::printed(value, pattern, *rules);
+            const double number = NumberFormat::print(printedInto, value, pattern, *rules);
             if (both.text != text || both.number != actual ||
-                std::signbit(both.number) != std::signbit(actual))
+                std::signbit(both.number) != std::signbit(actual) || printedInto != text ||
+                number != actual)
                 QFAIL(qPrintable(QStringLiteral("%1 with %2: printed \"%3\" and %4")
                                      .arg(value, 0, 'g', 17)
                                      .arg(pattern, both.text)
