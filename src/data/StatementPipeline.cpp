@@ -189,12 +189,13 @@ bool StatementPipeline::open(const SharedStatement& statement, Recordset& rs)
     return query(statement, rs);
 }
 
-bool StatementPipeline::forEachRow(const QString& sql,
-                                   const std::function<bool(const Recordset&)>& visit)
+template <typename Source>
+bool StatementPipeline::visitRows(const Source& source,
+                                  const std::function<bool(const Recordset&)>& visit)
 {
     bool found = false;
     // Stale is found before the first row is handed over, so no row is visited twice.
-    run(sql, Run::Query, [&](PreparedStatement& statement, const QVariantList& values) {
+    run(source, Run::Query, [&](PreparedStatement& statement, const QVariantList& values) {
         Visitor visitor(visit);
         const Visiting visiting(m_visiting);
         const Ending ending =
@@ -203,6 +204,18 @@ bool StatementPipeline::forEachRow(const QString& sql,
         return ending;
     });
     return found;
+}
+
+bool StatementPipeline::forEachRow(const QString& sql,
+                                   const std::function<bool(const Recordset&)>& visit)
+{
+    return visitRows(sql, visit);
+}
+
+bool StatementPipeline::forEachRow(const SharedStatement& statement,
+                                   const std::function<bool(const Recordset&)>& visit)
+{
+    return visitRows(statement, visit);
 }
 
 template <typename Source> qint32 StatementPipeline::action(const Source& source)

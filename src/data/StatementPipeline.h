@@ -40,6 +40,9 @@ public:
     // until visit returns false; rows after that are not read. A statement run through the
     // pipeline meanwhile throws RuntimeError. Returns true when rows came back.
     bool forEachRow(const QString& sql, const std::function<bool(const Recordset&)>& visit);
+    // The same of a statement built shared, as open() runs one.
+    bool forEachRow(const SharedStatement& statement,
+                    const std::function<bool(const Recordset&)>& visit);
     // Runs sql as an action statement; the number of records it changed. Throws RuntimeError.
     qint32 execute(const QString& sql);
     // The same of a statement built shared, as open() runs one.
@@ -55,6 +58,8 @@ public:
 private:
     enum class Run { Query, Action };
     template <typename Source> bool query(const Source& source, Recordset& rs);
+    template <typename Source>
+    bool visitRows(const Source& source, const std::function<bool(const Recordset&)>& visit);
     template <typename Source> qint32 action(const Source& source);
     template <typename Step> void run(const QString& sql, Run kind, Step step);
     template <typename Step> void run(const SharedStatement& statement, Run kind, Step step);

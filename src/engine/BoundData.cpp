@@ -91,6 +91,16 @@ bool BoundData::open(const SharedStatement& statement, Recordset& rs, Database d
         [&] { return data.open(rs); });
 }
 
+bool BoundData::forEachRow(const SharedStatement& statement,
+                           const std::function<bool(const Recordset&)>& visit, Database database)
+{
+    DataObject& data = object(database);
+    return runShared(
+        data, statement,
+        [&](StatementPipeline& pipeline) { return pipeline.forEachRow(statement, visit); },
+        [&] { return data.forEachRow(visit); });
+}
+
 qint32 BoundData::execute(const SharedStatement& statement, Database database)
 {
     DataObject& data = object(database);

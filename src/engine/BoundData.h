@@ -36,6 +36,9 @@ public:
     // its text being written; any other object is given its text, as above.
     static bool open(const SharedStatement& statement, Recordset& rs,
                      Database database = Database::Discharge);
+    static bool forEachRow(const SharedStatement& statement,
+                           const std::function<bool(const Recordset&)>& visit,
+                           Database database = Database::Discharge);
     static qint32 execute(const SharedStatement& statement,
                           Database database = Database::Discharge);
 };

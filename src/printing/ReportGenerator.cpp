@@ -71,20 +71,26 @@ bool ReportGenerator::Generar_Linea(qint16 item, qint16 subItemNumber, qint16 id
 {
     Q_UNUSED(idcatalogo);
     return ErrorMessage::guard(subItemLabel, [&] {
-        Recordset lines;
-        // A sub-item without discharge lines is left out of the report.
-        if (!BoundData::open(m_kind.linesStatement(moduleState().INTERNO, idsub), lines))
-            return true;
-
-        appendHeading(item, subItemNumber, idarticulo, cantidad);
         const ColumnLayout& layout = columns().layout;
         // One list of values serves every line: its figures are printed into the room the
         // line before left.
         m_values.resize(layout.count());
-        for (; !lines.eof(); lines.moveNext()) {
-            m_kind.detailValues(lines, moduleState().reportTotals, m_values);
-            ReportBuffer::append(LineKind::Detail, layout.detailLine(m_values));
-        }
+        ReportTotals& totals = moduleState().reportTotals;
+        // The lines are read one by one, each written as it comes; a sub-item without
+        // discharge lines is left out of the report.
+        bool headed = false;
+        BoundData::forEachRow(
+            m_kind.linesStatement(moduleState().INTERNO, idsub), [&](const Recordset& line) {
+                if (!headed) {
+                    appendHeading(item, subItemNumber, idarticulo, cantidad);
+                    headed = true;
+                }
+                m_kind.detailValues(line, totals, m_values);
+                ReportBuffer::append(LineKind::Detail, layout.detailLine(m_values));
+                return true;
+            });
+        if (!headed)
+            return true;
         ReportBuffer::append(LineKind::Detail, QString());
         return true;
     });
