@@ -12,12 +12,15 @@ namespace oquivran {
 double ValueConversion::toReal(const QVariant& value)
 {
     // Reals and whole numbers are most of what is read: taken as they are, without the general
-    // conversion (a null one holds zero, as a null value gives).
+    // conversion (a null one holds zero, as a null value gives). The drivers give a whole
+    // number that fits as an int.
     switch (value.typeId()) {
     case QMetaType::Double:
         return *static_cast<const double*>(value.constData());
     case QMetaType::LongLong:
         return double(*static_cast<const qlonglong*>(value.constData()));
+    case QMetaType::Int:
+        return double(*static_cast<const int*>(value.constData()));
     default:
         break;
     }
@@ -25,7 +28,6 @@ double ValueConversion::toReal(const QVariant& value)
         return 0.0;
     switch (value.typeId()) {
     case QMetaType::Float:
-    case QMetaType::Int:
     case QMetaType::UInt:
     case QMetaType::ULongLong:
     case QMetaType::Short:

@@ -26,6 +26,8 @@ void tst_ValueConversion::toReal_data()
     QTest::newRow("null is zero") << QVariant() << 0.0;
     QTest::newRow("null double is zero") << QVariant(QMetaType(QMetaType::Double)) << 0.0;
     QTest::newRow("int") << QVariant(7) << 7.0;
+    QTest::newRow("negative int") << QVariant(-32768) << -32768.0;
+    QTest::newRow("null int is zero") << QVariant(QMetaType(QMetaType::Int)) << 0.0;
     QTest::newRow("null long long is zero") << QVariant(QMetaType(QMetaType::LongLong)) << 0.0;
     QTest::newRow("long long") << QVariant(qlonglong(5000000000)) << 5000000000.0;
     QTest::newRow("double") << QVariant(12.25) << 12.25;
