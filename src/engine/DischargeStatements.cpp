@@ -43,6 +43,12 @@ const Form insertLineForm(QStringLiteral(
     "RALCAN) values (?,?,?,?,?,?,cdbl(?),?,?,?,?,?,?,?,?,?,cdbl(?),cdbl(?),cdbl(?),cdbl(?),"
     "datevalue(?),?,cdbl(?))"));
 
+// An input's stock lines still available, oldest first.
+const Form stockOfInputForm(
+    QStringLiteral("select INS.INTDCL as sINTDCL,INTFOF,ARTNRO,ARTITM,ARTSBT,ARTDSC,ARTPRE,ARTNCM,"
+                   "ARTCTC,INSEXP from INS, INTINS where ARTNRO = ? AND INTIOK = ? and ARTDSC>? "
+                   "AND INTINS.INTDCL = INS.INTDCL order by INTFOF,ARTITM,ARTSBT asc"));
+
 // A stock line's statement: its form and the stock line's key.
 SharedStatement stockLineStatement(const Form& form, const DipCandidate& line)
 {
@@ -86,11 +92,17 @@ QString DischargeStatements::relations(const QString& productFigure, const QStri
 
 QString DischargeStatements::stockOfInput(const QString& inputCode)
 {
-    return QStringLiteral("select INS.INTDCL as sINTDCL,INTFOF,ARTNRO,ARTITM,ARTSBT,ARTDSC,ARTPRE,"
-                          "ARTNCM,ARTCTC,INSEXP from INS, INTINS where ARTNRO = '") +
-           SqlValue::checked(inputCode) +
-           QStringLiteral("' AND INTIOK = 1 and ARTDSC>0 AND INTINS.INTDCL = INS.INTDCL order by "
-                          "INTFOF,ARTITM,ARTSBT asc");
+    return stockOfInputStatement(inputCode).text();
+}
+
+SharedStatement DischargeStatements::stockOfInputStatement(const QString& inputCode)
+{
+    SharedStatement statement(stockOfInputForm);
+    statement.appendText(inputCode);
+    // The flag and the least availability are literals the form takes out too.
+    statement.appendWhole(1);
+    statement.appendWhole(0);
+    return statement;
 }
 
 SharedStatement DischargeStatements::insertLineStatement(const InsertValues& values,

@@ -29,8 +29,9 @@ public:
     static QString productMultiplier(const QString& catalog, const QString& product);
     static QString relations(const QString& productFigure, const QString& catalog,
                              const QString& product);
-    // FIFO stock of one input.
+    // FIFO stock of one input, as text and built shared.
     static QString stockOfInput(const QString& inputCode);
+    static SharedStatement stockOfInputStatement(const QString& inputCode);
 
     // One DIP row of a candidate line; numbers in the ordinary locale conversion.
     struct InsertValues

@@ -190,7 +190,7 @@ bool modManejoInsumos::Obtener_RIP_A_DIP(const QString& inputCode, double requir
             // A run-time error part way through leaves the lines built so far in the list:
             // nothing done before an error is undone.
             const bool found = BoundData::forEachRow(
-                DischargeStatements::stockOfInput(inputCode), [&](const Recordset& rs) {
+                DischargeStatements::stockOfInputStatement(inputCode), [&](const Recordset& rs) {
                     const QList<int>& at = stockPositions.in(rs);
                     DipCandidate line = proposed;
                     line.declaration = text(rs, at[StockDeclaration]);

@@ -237,6 +237,8 @@ void tst_DischargeStatements::sharedFormsAreWhatTheLexerTakesOut()
 
         compareWithTaken(DischargeStatements::insertLineStatement(values, line),
                          DischargeStatements::insertLine(values, line));
+        compareWithTaken(DischargeStatements::stockOfInputStatement(line.inputCode),
+                         DischargeStatements::stockOfInput(line.inputCode));
         compareWithTaken(DischargeStatements::dischargedSumStatement(line),
                          DischargeStatements::dischargedSum(line));
         compareWithTaken(DischargeStatements::declaredQuantityStatement(line),
