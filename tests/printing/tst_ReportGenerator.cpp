@@ -65,6 +65,11 @@ int indexOfLine(const QString& text)
 
 Q_DECLARE_METATYPE(Report)
 
+// Whose data objects a report reads through: the component's own, which run its statements
+// built shared, or a host's, which is given each statement's text.
+enum class Objects { Own, Host };
+Q_DECLARE_METATYPE(Objects)
+
 class tst_ReportGenerator : public QObject
 {
     Q_OBJECT
@@ -114,30 +119,45 @@ void tst_ReportGenerator::wholeReports_data()
 {
     QTest::addColumn<Report>("report");
     QTest::addColumn<QString>("mode");
+    QTest::addColumn<Objects>("objects");
     QTest::addColumn<QString>("expected");
-    QTest::newRow("declaration normal") << Report::Declaration << "N"
-                                        << "declaration_normal.txt";
-    QTest::newRow("declaration extended") << Report::Declaration << "S"
-                                          << "declaration_extended.txt";
-    QTest::newRow("control normal") << Report::Control << "N"
-                                    << "control_normal.txt";
-    QTest::newRow("control extended") << Report::Control << "S"
-                                      << "control_extended.txt";
-    QTest::newRow("comparative normal") << Report::Comparative << "N"
-                                        << "comparative_normal.txt";
-    QTest::newRow("comparative extended") << Report::Comparative << "S"
-                                          << "comparative_extended.txt";
+    const std::pair<Report, const char*> reports[] = {{Report::Declaration, "declaration"},
+                                                      {Report::Control, "control"},
+                                                      {Report::Comparative, "comparative"}};
+    const std::pair<QString, const char*> modes[] = {{QStringLiteral("N"), "normal"},
+                                                     {QStringLiteral("S"), "extended"}};
+    for (const auto& [report, name] : reports) {
+        for (const auto& [mode, modeName] : modes) {
+            const QString expected = QStringLiteral("%1_%2.txt").arg(name, modeName);
+            QTest::addRow("%s %s", name, modeName) << report << mode << Objects::Own << expected;
+            QTest::addRow("%s %s, host's objects", name, modeName)
+                << report << mode << Objects::Host << expected;
+        }
+    }
 }
 
 void tst_ReportGenerator::wholeReports()
 {
     QFETCH(Report, report);
     QFETCH(QString, mode);
+    QFETCH(Objects, objects);
     QFETCH(QString, expected);
     printingFormats(mode);
-    QVERIFY(generate(report));
+    RecordingDataObject discharge(m_db->dischargeData.get());
+    RecordingDataObject host(m_db->hostData.get());
+    if (objects == Objects::Host) {
+        moduleState().dataObject = &discharge;
+        moduleState().secondDataObject = &host;
+    }
+    const bool generated = generate(report);
+    moduleState().dataObject = m_db->dischargeData.get();
+    moduleState().secondDataObject = m_db->hostData.get();
+    QVERIFY(generated);
     QVERIFY(m_messages->messages.isEmpty());
     compareBufferWithExpected(expected);
+    // The host's objects were given every statement as text; the own ones none.
+    QCOMPARE(host.opened.isEmpty(), objects == Objects::Own);
+    QCOMPARE(discharge.opened.isEmpty(), objects == Objects::Own);
 }
 
 void tst_ReportGenerator::singleSubItemIsNumberedZero_data()
