@@ -191,15 +191,15 @@ bool StatementPipeline::open(const SharedStatement& statement, Recordset& rs)
 
 template <typename Source>
 bool StatementPipeline::visitRows(const Source& source,
-                                  const std::function<bool(const Recordset&)>& visit)
+                                  const std::function<bool(const Recordset&)>& visit,
+                                  StatementDriver::Reading reading)
 {
     bool found = false;
     // Stale is found before the first row is handed over, so no row is visited twice.
     run(source, Run::Query, [&](PreparedStatement& statement, const QVariantList& values) {
         Visitor visitor(visit);
         const Visiting visiting(m_visiting);
-        const Ending ending =
-            m_driver.query(statement, values, StatementDriver::Reading::RowByRow, visitor);
+        const Ending ending = m_driver.query(statement, values, reading, visitor);
         found = visitor.found();
         return ending;
     });
@@ -209,13 +209,14 @@ bool StatementPipeline::visitRows(const Source& source,
 bool StatementPipeline::forEachRow(const QString& sql,
                                    const std::function<bool(const Recordset&)>& visit)
 {
-    return visitRows(sql, visit);
+    return visitRows(sql, visit, StatementDriver::Reading::RowByRow);
 }
 
 bool StatementPipeline::forEachRow(const SharedStatement& statement,
-                                   const std::function<bool(const Recordset&)>& visit)
+                                   const std::function<bool(const Recordset&)>& visit,
+                                   StatementDriver::Reading reading)
 {
-    return visitRows(statement, visit);
+    return visitRows(statement, visit, reading);
 }
 
 template <typename Source> qint32 StatementPipeline::action(const Source& source)

@@ -40,9 +40,12 @@ public:
     // until visit returns false; rows after that are not read. A statement run through the
     // pipeline meanwhile throws RuntimeError. Returns true when rows came back.
     bool forEachRow(const QString& sql, const std::function<bool(const Recordset&)>& visit);
-    // The same of a statement built shared, as open() runs one.
+    // The same of a statement built shared, as open() runs one. With Reading::Whole the rows
+    // are read all at once, as open() reads them, and then handed over one by one: for a walk
+    // over every row, which the server then sends in one piece.
     bool forEachRow(const SharedStatement& statement,
-                    const std::function<bool(const Recordset&)>& visit);
+                    const std::function<bool(const Recordset&)>& visit,
+                    StatementDriver::Reading reading = StatementDriver::Reading::RowByRow);
     // Runs sql as an action statement; the number of records it changed. Throws RuntimeError.
     qint32 execute(const QString& sql);
     // The same of a statement built shared, as open() runs one.
@@ -59,7 +62,8 @@ private:
     enum class Run { Query, Action };
     template <typename Source> bool query(const Source& source, Recordset& rs);
     template <typename Source>
-    bool visitRows(const Source& source, const std::function<bool(const Recordset&)>& visit);
+    bool visitRows(const Source& source, const std::function<bool(const Recordset&)>& visit,
+                   StatementDriver::Reading reading);
     template <typename Source> qint32 action(const Source& source);
     template <typename Step> void run(const QString& sql, Run kind, Step step);
     template <typename Step> void run(const SharedStatement& statement, Run kind, Step step);

@@ -92,12 +92,13 @@ bool BoundData::open(const SharedStatement& statement, Recordset& rs, Database d
 }
 
 bool BoundData::forEachRow(const SharedStatement& statement,
-                           const std::function<bool(const Recordset&)>& visit, Database database)
+                           const std::function<bool(const Recordset&)>& visit, Database database,
+                           StatementDriver::Reading reading)
 {
     DataObject& data = object(database);
     return runShared(
         data, statement,
-        [&](StatementPipeline& pipeline) { return pipeline.forEachRow(statement, visit); },
+        [&](StatementPipeline& pipeline) { return pipeline.forEachRow(statement, visit, reading); },
         [&] { return data.forEachRow(visit); });
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "StatementDriver.h"
+
 #include <QString>
 #include <QtGlobal>
 
@@ -36,9 +38,13 @@ public:
     // its text being written; any other object is given its text, as above.
     static bool open(const SharedStatement& statement, Recordset& rs,
                      Database database = Database::Discharge);
+    // Reading::Whole reads the rows of the component's own objects all at once, as open()
+    // does, before handing them over one by one (StatementPipeline::forEachRow); a host's
+    // object is asked for them with its forEachRow() either way.
     static bool forEachRow(const SharedStatement& statement,
                            const std::function<bool(const Recordset&)>& visit,
-                           Database database = Database::Discharge);
+                           Database database = Database::Discharge,
+                           StatementDriver::Reading reading = StatementDriver::Reading::RowByRow);
     static qint32 execute(const SharedStatement& statement,
                           Database database = Database::Discharge);
 };

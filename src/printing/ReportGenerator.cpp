@@ -76,11 +76,12 @@ bool ReportGenerator::Generar_Linea(qint16 item, qint16 subItemNumber, qint16 id
         // line before left.
         m_values.resize(layout.count());
         ReportTotals& totals = moduleState().reportTotals;
-        // The lines are read one by one, each written as it comes; a sub-item without
-        // discharge lines is left out of the report.
+        // Every line is read at once and then written one by one, with no recordset of them
+        // all; a sub-item without discharge lines is left out of the report.
         bool headed = false;
         BoundData::forEachRow(
-            m_kind.linesStatement(moduleState().INTERNO, idsub), [&](const Recordset& line) {
+            m_kind.linesStatement(moduleState().INTERNO, idsub),
+            [&](const Recordset& line) {
                 if (!headed) {
                     appendHeading(item, subItemNumber, idarticulo, cantidad);
                     headed = true;
@@ -88,7 +89,8 @@ bool ReportGenerator::Generar_Linea(qint16 item, qint16 subItemNumber, qint16 id
                 m_kind.detailValues(line, totals, m_values);
                 ReportBuffer::append(LineKind::Detail, layout.detailLine(m_values));
                 return true;
-            });
+            },
+            BoundData::Database::Discharge, StatementDriver::Reading::Whole);
         if (!headed)
             return true;
         ReportBuffer::append(LineKind::Detail, QString());

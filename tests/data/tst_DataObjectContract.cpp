@@ -822,6 +822,33 @@ private Q_SLOTS:
         QVERIFY(!pipeline.open(none, rs));
         QCOMPARE(rs.recordCount(), 0);
         QCOMPARE(rs.fieldNames().size(), 3);
+
+        // Visited, read whole or row by row, the rows come in their order, and a visit that
+        // stops is handed no more.
+        const SharedStatement::Form all(
+            QStringLiteral("select EXTSBT from DIP where EXTINT = ? order by EXTSBT"));
+        for (const StatementDriver::Reading reading :
+             {StatementDriver::Reading::Whole, StatementDriver::Reading::RowByRow}) {
+            SharedStatement statement(all);
+            statement.appendText(QStringLiteral("S"));
+            QList<qint64> seen;
+            const auto collect = [&](const Recordset& row) {
+                seen.append(row.value(0).toLongLong());
+                return true;
+            };
+            QVERIFY(pipeline.forEachRow(statement, collect, reading));
+            QCOMPARE(seen, (QList<qint64>{-4, 1, 2, 3, 5, 6}));
+            int visited = 0;
+            const auto stopAtTwo = [&](const Recordset&) {
+                return ++visited < 2;
+            };
+            QVERIFY(pipeline.forEachRow(statement, stopAtTwo, reading));
+            QCOMPARE(visited, 2);
+            SharedStatement nothing(all);
+            nothing.appendText(QStringLiteral("T"));
+            QVERIFY(!pipeline.forEachRow(
+                nothing, [](const Recordset&) { return true; }, reading));
+        }
     }
 
     // A shared statement kept while its table changed is read with the table's new columns,
