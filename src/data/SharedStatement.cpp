@@ -18,12 +18,11 @@ SharedStatement::Form::Form(const QString& text) : text(text)
             placeholders.append(token.start);
         }
     }
-    valueCount = placeholders.size();
 }
 
 SharedStatement::SharedStatement(const Form& form) : m_form(form)
 {
-    m_values.reserve(form.valueCount);
+    m_values.reserve(form.valueCount());
 }
 
 void SharedStatement::appendText(const QString& value)
@@ -50,14 +49,14 @@ void SharedStatement::appendWhole(qint64 value)
 
 QString SharedStatement::text() const
 {
-    Q_ASSERT(m_values.size() == m_form.valueCount);
+    Q_ASSERT(m_values.size() == m_form.valueCount());
     qsizetype size = m_form.text.size();
     for (const QVariant& value : m_values)
         size += value.typeId() == QMetaType::QString ? value.toString().size() + 2 : 20;
     QString text;
     text.reserve(size);
     qsizetype runStart = 0;
-    for (qsizetype index = 0; index < m_form.valueCount; ++index) {
+    for (qsizetype index = 0; index < m_form.valueCount(); ++index) {
         const qsizetype at = m_form.placeholders.at(index);
         text += QStringView(m_form.text).sliced(runStart, at - runStart);
         const QVariant& value = m_values.at(index);

@@ -23,7 +23,8 @@ public:
         explicit Form(const QString& text);
         QString text;
         QList<qsizetype> placeholders; // where each "?" the lexer reads as a parameter stands
-        qsizetype valueCount = 0;      // the number of those "?"
+        // The number of those "?": the values a statement of this form takes.
+        qsizetype valueCount() const { return placeholders.size(); }
     };
 
     // Needs the form; its values are appended after, one for each "?".

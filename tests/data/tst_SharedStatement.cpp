@@ -67,7 +67,7 @@ void tst_SharedStatement::text()
     QFETCH(bool, shared);
 
     const SharedStatement::Form built(form);
-    QCOMPARE(built.valueCount, valueCount);
+    QCOMPARE(built.valueCount(), valueCount);
     SharedStatement statement(built);
     for (const QVariant& value : values) {
         if (value.typeId() == QMetaType::QString)
