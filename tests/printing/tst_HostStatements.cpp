@@ -149,12 +149,8 @@ void tst_HostStatements::reportTexts()
     QStringList order;
     OrderedRecorder discharge(m_db->dischargeData.get(), QStringLiteral("discharge"), order);
     OrderedRecorder host(m_db->hostData.get(), QStringLiteral("host"), order);
-    moduleState().dataObject = &discharge;
-    moduleState().secondDataObject = &host;
-    const bool generated = generate(report);
-    moduleState().dataObject = m_db->dischargeData.get();
-    moduleState().secondDataObject = m_db->hostData.get();
-    QVERIFY(generated);
+    const DischargeFixture::Bound bound(*m_db, &discharge, &host);
+    QVERIFY(generate(report));
     QVERIFY(m_messages->messages.isEmpty());
     // The host's objects answered: the report holds the operation's lines.
     QCOMPARE(int(moduleState().reportLines.size()), lines);
@@ -168,8 +164,7 @@ void tst_HostStatements::numberingTexts()
     OrderedRecorder host(m_db->hostData.get(), QStringLiteral("host"), order);
     // The fixture bound its objects first, and a component keeps the first binding: the host's
     // objects take their place in the module state the members read.
-    moduleState().dataObject = &discharge;
-    moduleState().secondDataObject = &host;
+    const DischargeFixture::Bound bound(*m_db, &discharge, &host);
     clQUIVRAN component;
     component.INTERNO(interno);
     QVERIFY(component.EnviarGrupoIdSub(interno, QStringLiteral("3"), QStringLiteral("3|4")));
@@ -183,8 +178,6 @@ void tst_HostStatements::numberingTexts()
     QVERIFY(component.Obtener_Insumos(2, inputs));
     // Sub-items 2 and 3 and sub-item 4 grouped under 3: two declarations.
     QCOMPARE(inputs.recordCount(), 2);
-    moduleState().dataObject = m_db->dischargeData.get();
-    moduleState().secondDataObject = m_db->hostData.get();
     compareWithExpected(order, QStringLiteral("numbering.txt"));
 }
 

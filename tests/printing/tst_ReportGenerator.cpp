@@ -14,6 +14,7 @@
 #include <QtTest>
 
 #include <memory>
+#include <optional>
 
 using namespace oquivran;
 using namespace printingdata;
@@ -145,14 +146,10 @@ void tst_ReportGenerator::wholeReports()
     printingFormats(mode);
     RecordingDataObject discharge(m_db->dischargeData.get());
     RecordingDataObject host(m_db->hostData.get());
-    if (objects == Objects::Host) {
-        moduleState().dataObject = &discharge;
-        moduleState().secondDataObject = &host;
-    }
-    const bool generated = generate(report);
-    moduleState().dataObject = m_db->dischargeData.get();
-    moduleState().secondDataObject = m_db->hostData.get();
-    QVERIFY(generated);
+    std::optional<DischargeFixture::Bound> bound;
+    if (objects == Objects::Host)
+        bound.emplace(*m_db, &discharge, &host);
+    QVERIFY(generate(report));
     QVERIFY(m_messages->messages.isEmpty());
     compareBufferWithExpected(expected);
     // The host's objects were given every statement as text; the own ones none.
@@ -399,8 +396,7 @@ void tst_ReportGenerator::queriesGoThroughTheirDataObjects()
 {
     RecordingDataObject discharge(m_db->dischargeData.get());
     RecordingDataObject host(m_db->hostData.get());
-    moduleState().dataObject = &discharge;
-    moduleState().secondDataObject = &host;
+    const DischargeFixture::Bound bound(*m_db, &discharge, &host);
     QVERIFY(generate(Report::Control));
     QCOMPARE(host.opened.size(), 4);
     QCOMPARE(host.opened.at(0),
@@ -418,8 +414,6 @@ void tst_ReportGenerator::queriesGoThroughTheirDataObjects()
                             "or idroot = 4)"));
     QVERIFY(discharge.executed.isEmpty());
     QVERIFY(host.executed.isEmpty());
-    moduleState().dataObject = m_db->dischargeData.get();
-    moduleState().secondDataObject = m_db->hostData.get();
 }
 
 void tst_ReportGenerator::quantityFormatOfDischargeMoment()

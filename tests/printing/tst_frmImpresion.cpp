@@ -216,7 +216,7 @@ void tst_frmImpresion::comparativeOnlyInExtendedMode()
 void tst_frmImpresion::operationWithoutLinesLeavesExportDataEmpty()
 {
     RecordingDataObject host(m_db->hostData.get());
-    moduleState().secondDataObject = &host;
+    const DischargeFixture::Bound bound(*m_db, m_db->dischargeData.get(), &host);
     moduleState().INTERNO = QStringLiteral("OP-0003");
     DischargeFixture::run(
         m_db->host(), "insert into facturas (interno, FACTURA, ORDEN) values ('OP-0003', 'C', 1)");
@@ -228,7 +228,6 @@ void tst_frmImpresion::operationWithoutLinesLeavesExportDataEmpty()
     }));
     // facturas is not read.
     QVERIFY(host.statements.isEmpty());
-    moduleState().secondDataObject = m_db->hostData.get();
 }
 
 void tst_frmImpresion::noInvoicesLeaveInvoicesEmpty()

@@ -53,6 +53,32 @@ public:
         return qEnvironmentVariableIntValue("OQUIVRAN_TEST_ATOMIC") == 1;
     }
 
+    // Puts other data objects in the place of the fixture's in the module state for as long as
+    // it lives, and the fixture's back when it ends, a failed check included.
+    class Bound
+    {
+    public:
+        Bound(const DischargeFixture& fixture, oquivran::DataObject* discharge,
+              oquivran::DataObject* host)
+            : m_fixture(fixture)
+        {
+            oquivran::ModuleState& state = oquivran::moduleState();
+            state.dataObject = discharge;
+            state.secondDataObject = host;
+        }
+        ~Bound()
+        {
+            oquivran::ModuleState& state = oquivran::moduleState();
+            state.dataObject = m_fixture.dischargeData.get();
+            state.secondDataObject = m_fixture.hostData.get();
+        }
+        Bound(const Bound&) = delete;
+        Bound& operator=(const Bound&) = delete;
+
+    private:
+        const DischargeFixture& m_fixture;
+    };
+
     bool isOpen() const { return m_discharge.isOpen() && m_host.isOpen(); }
     QSqlDatabase discharge() const { return m_discharge.database(); }
     QSqlDatabase host() const { return m_host.database(); }
