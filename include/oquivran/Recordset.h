@@ -38,6 +38,9 @@ public:
     // Value of the field at a position given by indexOf() in the current row. Throws the same
     // errors as value() by name: 3265 for a position out of range (-1 included), 3021 at eof().
     QVariant value(int index) const;
+    // The same value without a copy, valid while the recordset stays on this row unchanged:
+    // for loops that read many fields of many rows. Throws as value(int) does.
+    const QVariant& at(int index) const;
 
     // Field names in query order.
     QStringList fieldNames() const { return m_fieldNames; }

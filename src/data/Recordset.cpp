@@ -45,6 +45,11 @@ QList<int> Recordset::indexOf(const QStringList& fields) const
 
 QVariant Recordset::value(int index) const
 {
+    return at(index);
+}
+
+const QVariant& Recordset::at(int index) const
+{
     if (index < 0 || index >= m_fieldNames.size())
         throw RuntimeError(ItemNotFound,
                            QStringLiteral("Item cannot be found in the collection corresponding "

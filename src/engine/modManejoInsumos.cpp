@@ -21,20 +21,31 @@
 #include <QStringList>
 
 #include <cmath>
+#include <utility>
 
 namespace oquivran {
 
 namespace {
 
 // A field of the current row, by name or by a position from Recordset::indexOf.
-template <typename Field> double real(const Recordset& rs, const Field& field)
+const QVariant& field(const Recordset& rs, int position)
 {
-    return ValueConversion::toReal(rs.value(field));
+    return rs.at(position);
 }
 
-template <typename Field> QString text(const Recordset& rs, const Field& field)
+QVariant field(const Recordset& rs, const QString& name)
 {
-    return ValueConversion::toText(rs.value(field));
+    return rs.value(name);
+}
+
+template <typename Field> double real(const Recordset& rs, const Field& name)
+{
+    return ValueConversion::toReal(field(rs, name));
+}
+
+template <typename Field> QString text(const Recordset& rs, const Field& name)
+{
+    return ValueConversion::toText(field(rs, name));
 }
 
 template <typename Field> qint16 whole(const Recordset& rs, const Field& field)
@@ -202,7 +213,7 @@ bool modManejoInsumos::Obtener_RIP_A_DIP(const QString& inputCode, double requir
                     line.ctc = TextRules::trim(text(rs, at[StockCtc]));
                     line.exportReference = TextRules::trim(text(rs, at[StockReference]));
                     const double available = real(rs, at[StockAvailable]);
-                    state.candidateLines.append(line);
+                    state.candidateLines.append(std::move(line));
                     DipCandidate& appended = state.candidateLines.last();
 
                     // Exact equality of reals, and on the completing line the whole running

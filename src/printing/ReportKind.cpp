@@ -56,10 +56,9 @@ void ReportKind::lossAndShrinkage(const Recordset& row, double base, ReportTotal
 {
     const QString& pattern = moduleState().secondFormat;
     const QList<int>& at = lossPositions.in(row);
-    const double lossFigure =
-        lossOrShrinkage(row.value(at[LossKind]), row.value(at[LossFigure]), base);
+    const double lossFigure = lossOrShrinkage(row.at(at[LossKind]), row.at(at[LossFigure]), base);
     const double shrinkageFigure =
-        lossOrShrinkage(row.value(at[ShrinkageKind]), row.value(at[ShrinkageFigure]), base);
+        lossOrShrinkage(row.at(at[ShrinkageKind]), row.at(at[ShrinkageFigure]), base);
     const double shownLoss = NumberFormat::print(loss, lossFigure, pattern);
     const double shownShrinkage = NumberFormat::print(shrinkage, shrinkageFigure, pattern);
     totals.loss += shownLoss;
@@ -88,12 +87,12 @@ double ReportKind::real(const Recordset& row, const QString& field)
 
 QString ReportKind::text(const Recordset& row, int position)
 {
-    return ValueConversion::toText(row.value(position));
+    return ValueConversion::toText(row.at(position));
 }
 
 double ReportKind::real(const Recordset& row, int position)
 {
-    return ValueConversion::toReal(row.value(position));
+    return ValueConversion::toReal(row.at(position));
 }
 
 QString ReportKind::formatted(const Recordset& row, const QString& field, const QString& pattern)

@@ -32,14 +32,22 @@ private:
     }
 
     // The same for a position.
+    // The error reading a position gives, by value() and by at() alike; -1 when they differ.
     static qint32 errorAt(const Recordset& rs, int index)
     {
+        qint32 byValue = 0;
+        qint32 byReference = 0;
         try {
             rs.value(index);
         } catch (const RuntimeError& error) {
-            return error.number;
+            byValue = error.number;
         }
-        return 0;
+        try {
+            rs.at(index);
+        } catch (const RuntimeError& error) {
+            byReference = error.number;
+        }
+        return byValue == byReference ? byValue : -1;
     }
 
 private Q_SLOTS:
@@ -157,8 +165,10 @@ private Q_SLOTS:
         QCOMPARE(rs.indexOf(name), index);
         QCOMPARE(errorAt(rs, index), error);
         QCOMPARE(errorOf(rs, name), error);
-        if (error == 0)
+        if (error == 0) {
             QCOMPARE(rs.value(index), rs.value(name));
+            QCOMPARE(rs.at(index), rs.value(name));
+        }
         // Past the last field, as before the first.
         QCOMPARE(errorAt(rs, 2), qint32(oquivran::ItemNotFound));
     }
