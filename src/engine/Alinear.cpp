@@ -21,17 +21,9 @@ void appendPadded(QString& line, qint16 blanksBefore, const QString& text, Align
                   qint16 width)
 {
     const qsizetype start = line.size();
-    const qsizetype shown = qMin<qsizetype>(width, text.size());
     line.resize(start + blanksBefore + width);
-    char16_t* out =
-        std::fill_n(reinterpret_cast<char16_t*>(line.data()) + start, blanksBefore, u' ');
-    const char16_t* letters = reinterpret_cast<const char16_t*>(text.constData());
-    const qsizetype blanks = width - shown;
-    if (alignment == Alignment::Right)
-        out = std::fill_n(out, blanks, u' ');
-    out = std::copy_n(letters, shown, out);
-    if (alignment == Alignment::Left)
-        std::fill_n(out, blanks, u' ');
+    writeAligned(reinterpret_cast<char16_t*>(line.data()) + start, text, alignment, width,
+                 blanksBefore);
 }
 
 } // namespace
@@ -59,6 +51,21 @@ void appendAligned(QString& line, const QString& text, Alignment alignment, qint
     } else {
         appendPadded(line, blanksBefore, text, alignment, width);
     }
+}
+
+char16_t* writeAligned(char16_t* out, const QString& text, Alignment alignment, qint16 width,
+                       qint16 blanksBefore)
+{
+    const qsizetype shown = qMin<qsizetype>(width, text.size());
+    out = std::fill_n(out, blanksBefore, u' ');
+    const char16_t* letters = reinterpret_cast<const char16_t*>(text.constData());
+    const qsizetype blanks = width - shown;
+    if (alignment == Alignment::Right)
+        out = std::fill_n(out, blanks, u' ');
+    out = std::copy_n(letters, shown, out);
+    if (alignment == Alignment::Left)
+        out = std::fill_n(out, blanks, u' ');
+    return out;
 }
 
 } // namespace oquivran

@@ -21,4 +21,10 @@ QString Alinear(const QString& text, Alignment alignment, qint16 width);
 void appendAligned(QString& line, const QString& text, Alignment alignment, qint16 width,
                    qint16 blanksBefore = 0);
 
+// Writes what appendAligned appends, for a width that is not negative, at out, which has room
+// for blanksBefore + width characters; gives the end of what it wrote. A line of several
+// columns is sized once and written column after column.
+char16_t* writeAligned(char16_t* out, const QString& text, Alignment alignment, qint16 width,
+                       qint16 blanksBefore = 0);
+
 } // namespace oquivran

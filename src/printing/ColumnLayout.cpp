@@ -20,16 +20,31 @@ QString ColumnLayout::detailLine(const QStringList& values) const
 QString ColumnLayout::line(const QStringList& texts, Widths widths) const
 {
     static const QString none;
-    qsizetype length = m_columns.size();
-    for (int column = 0; column < m_columns.size(); ++column)
-        length += qMax<qsizetype>(widthOf(column, widths), 0);
-    QString result;
-    result.reserve(length);
+    const auto textOf = [&](int column) -> const QString& {
+        return column < texts.size() ? texts.at(column) : none;
+    };
+    // One blank between columns.
+    qsizetype length = 0;
+    bool refused = false;
     for (int column = 0; column < m_columns.size(); ++column) {
-        // One blank between columns.
-        appendAligned(result, column < texts.size() ? texts.at(column) : none,
-                      m_columns.at(column).alignment, widthOf(column, widths), column > 0 ? 1 : 0);
+        const qint16 width = widthOf(column, widths);
+        length += (column > 0 ? 1 : 0) + qMax<qint16>(width, 0);
+        refused = refused || width < 0;
     }
+    if (refused) {
+        // A negative width prints Alinear's error text in its column.
+        QString result;
+        for (int column = 0; column < m_columns.size(); ++column)
+            appendAligned(result, textOf(column), m_columns.at(column).alignment,
+                          widthOf(column, widths), column > 0 ? 1 : 0);
+        return result;
+    }
+    // Sized once and written column after column: a report is thousands of these lines.
+    QString result(length, Qt::Uninitialized);
+    char16_t* out = reinterpret_cast<char16_t*>(result.data());
+    for (int column = 0; column < m_columns.size(); ++column)
+        out = writeAligned(out, textOf(column), m_columns.at(column).alignment,
+                           widthOf(column, widths), column > 0 ? 1 : 0);
     return result;
 }
 

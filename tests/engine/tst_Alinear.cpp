@@ -14,6 +14,8 @@ private Q_SLOTS:
     void negativeWidthGivesErrorText();
     void appendedAsAlinearPads_data();
     void appendedAsAlinearPads();
+    void writtenAsAppended_data();
+    void writtenAsAppended();
 };
 
 void tst_Alinear::pad_data()
@@ -84,6 +86,32 @@ void tst_Alinear::appendedAsAlinearPads()
         QString spaced = QStringLiteral("|col|");
         appendAligned(spaced, text, alignment, qint16(width), blanks);
         QCOMPARE(spaced, QStringLiteral("|col|") + QString(blanks, u' ') + expected);
+    }
+}
+
+void tst_Alinear::writtenAsAppended_data()
+{
+    pad_data();
+}
+
+void tst_Alinear::writtenAsAppended()
+{
+    // Written into room sized beforehand, the text is what appendAligned appends, and the end
+    // given back is right after it: nothing past the room is touched.
+    QFETCH(QString, text);
+    QFETCH(bool, left);
+    QFETCH(int, width);
+    QFETCH(QString, expected);
+    const Alignment alignment = left ? Alignment::Left : Alignment::Right;
+    for (const qint16 blanks : {0, 1, 3}) {
+        QString room(blanks + width + 1, u'#');
+        char16_t* begin = reinterpret_cast<char16_t*>(room.data());
+        char16_t* end = writeAligned(begin, text, alignment, qint16(width), blanks);
+        QCOMPARE(end - begin, qsizetype(blanks + width));
+        QString appended;
+        appendAligned(appended, text, alignment, qint16(width), blanks);
+        QCOMPARE(room, appended + u'#');
+        QCOMPARE(room.chopped(1), QString(blanks, u' ') + expected);
     }
 }
 

@@ -45,6 +45,13 @@ void tst_ReportColumnLayout::lines_data()
         << layout.line({"", "", "n"}, ColumnLayout::Widths::Values) << "                n  ";
     QTest::newRow("value-width rule") << layout.rule(1, ColumnLayout::Widths::Values) << "--------";
     QTest::newRow("full rule") << ReportKind::rule(5) << "-----";
+    // A column of negative width prints Alinear's error text in its place, and the columns
+    // after it still follow one blank apart.
+    const ColumnLayout refused({{QStringLiteral("A"), 2, Alignment::Left},
+                                {QStringLiteral("B"), -1, Alignment::Right},
+                                {QStringLiteral("C"), 3, Alignment::Right}});
+    QTest::newRow("negative width") << refused.detailLine({"x", "y", "z"})
+                                    << "x  Err_FrmSytr Invalid procedure call or argument: y   z";
 }
 
 void tst_ReportColumnLayout::lines()
