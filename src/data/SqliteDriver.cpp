@@ -194,29 +194,32 @@ bool sameText(const QString& last, const char* bytes, int size)
     return true;
 }
 
+// One call finds the column's value in the statement; its type, number or text are read from
+// that value, instead of each column function finding the column again.
 QVariant columnValue(sqlite3_stmt* statement, int column, bool dateColumn, QString& lastText)
 {
-    switch (sqlite3_column_type(statement, column)) {
+    sqlite3_value* value = sqlite3_column_value(statement, column);
+    switch (sqlite3_value_type(value)) {
     case SQLITE_INTEGER:
-        return StatementDriver::wholeValue(sqlite3_column_int64(statement, column));
+        return StatementDriver::wholeValue(sqlite3_value_int64(value));
     case SQLITE_FLOAT:
-        return QVariant(sqlite3_column_double(statement, column));
+        return QVariant(sqlite3_value_double(value));
     case SQLITE_TEXT: {
-        const auto* text = reinterpret_cast<const char*>(sqlite3_column_text(statement, column));
-        const int size = sqlite3_column_bytes(statement, column);
+        const auto* text = reinterpret_cast<const char*>(sqlite3_value_text(value));
+        const int size = sqlite3_value_bytes(value);
         if (!sameText(lastText, text, size))
             lastText = QString::fromUtf8(text, size);
-        const QString& value = lastText;
+        const QString& letters = lastText;
         if (dateColumn) {
-            const QDate date = isoDate(value);
+            const QDate date = isoDate(letters);
             if (date.isValid())
                 return QVariant(date);
         }
-        return QVariant(value);
+        return QVariant(letters);
     }
     case SQLITE_BLOB: {
-        const auto* data = static_cast<const char*>(sqlite3_column_blob(statement, column));
-        return QVariant(QByteArray(data, sqlite3_column_bytes(statement, column)));
+        const auto* data = static_cast<const char*>(sqlite3_value_blob(value));
+        return QVariant(QByteArray(data, sqlite3_value_bytes(value)));
     }
     default:
         return QVariant();
