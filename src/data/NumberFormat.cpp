@@ -53,6 +53,7 @@ struct PatternDigits
     QVarLengthArray<char, 48> letters;
     qsizetype point = -1; // position of the '.', -1 without decimals
     bool minus = false;   // negative and not rounding to zero
+    bool exact = false;   // the value is exactly a decimal of the pattern's places
 
     // Sizes the letters once and writes the integer digits padded with zeros to integerZeros,
     // then the point when there are decimals; gives where the decimals go.
@@ -90,6 +91,7 @@ PatternDigits patternDigits(double value, const PatternShape& shape)
             fraction /= 10;
         }
         zero = *units == 0;
+        result.exact = true;
     } else {
         std::string integerPart;
         std::string fraction;
@@ -121,12 +123,14 @@ void writeText(QString& text, const PatternDigits& digits, const LocaleRules& ru
 
 // A value that is exactly a decimal of the pattern's places prints as itself and reads back
 // as itself; zero as plain zero. A pattern without zeros prints nothing for zero.
-std::optional<double> readsBackAsItself(double value, const PatternShape& shape)
+bool readsBackAsItself(bool exact, const PatternShape& shape)
 {
-    if ((shape.decimals > 0 || shape.integerZeros > 0) &&
-        DecimalDigits::exactUnits(value, shape.decimals))
-        return value == 0 ? 0.0 : value;
-    return std::nullopt;
+    return exact && (shape.decimals > 0 || shape.integerZeros > 0);
+}
+
+double itself(double value)
+{
+    return value == 0 ? 0.0 : value;
 }
 
 // The digits read back as reading their text reads them, without building the text.
@@ -168,8 +172,8 @@ double NumberFormat::rounded(double value, const QString& pattern, const LocaleR
     if (!std::isfinite(value))
         return NumberText::toNumber(format(value, pattern, rules), rules);
     const PatternShape shape = patternShape(pattern);
-    if (const std::optional<double> itself = readsBackAsItself(value, shape))
-        return *itself;
+    if (readsBackAsItself(DecimalDigits::exactUnits(value, shape.decimals).has_value(), shape))
+        return itself(value);
     return readBack(patternDigits(value, shape));
 }
 
@@ -192,8 +196,7 @@ double NumberFormat::print(QString& text, double value, const QString& pattern,
     }
     const PatternShape shape = patternShape(pattern);
     const PatternDigits digits = patternDigits(value, shape);
-    const std::optional<double> itself = readsBackAsItself(value, shape);
-    const double number = itself ? *itself : readBack(digits);
+    const double number = readsBackAsItself(digits.exact, shape) ? itself(value) : readBack(digits);
     writeText(text, digits, rules);
     return number;
 }
