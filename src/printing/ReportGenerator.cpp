@@ -112,22 +112,25 @@ const ReportGenerator::Columns& ReportGenerator::columns() const
 void ReportGenerator::appendHeading(qint16 item, qint16 subItemNumber, const QString& idarticulo,
                                     double cantidad) const
 {
-    const NumberFormat::Printed declared = NumberFormat::printed(cantidad, QStringLiteral("00.00"));
+    QString& itemText = m_headingFigures[0];
+    QString& subItemText = m_headingFigures[1];
+    QString& declaredText = m_headingFigures[2];
+    const double declared = NumberFormat::print(declaredText, cantidad, QStringLiteral("00.00"));
+    NumberFormat::write(itemText, item, QStringLiteral("0000"));
+    NumberFormat::write(subItemText, subItemNumber, QStringLiteral("0000"));
     const Columns& made = columns();
     const QString& rule = made.rule;
 
     ReportBuffer::append(LineKind::Title, rule);
     ReportBuffer::append(LineKind::Title,
-                         m_kind.headingPrefix(idarticulo) + QStringLiteral("ITEM: ") +
-                             NumberFormat::format(item, QStringLiteral("0000")) +
-                             QStringLiteral(" - SBIT: ") +
-                             NumberFormat::format(subItemNumber, QStringLiteral("0000")) +
-                             QStringLiteral(" - Cantidad declarada: ") + declared.text);
+                         m_kind.headingPrefix(idarticulo) + QStringLiteral("ITEM: ") + itemText +
+                             QStringLiteral(" - SBIT: ") + subItemText +
+                             QStringLiteral(" - Cantidad declarada: ") + declaredText);
     ReportBuffer::append(LineKind::Title, rule);
     ReportBuffer::append(LineKind::Title, made.titleLine);
     if (m_kind.rulesUnderTitles())
         ReportBuffer::append(LineKind::Title, made.ruleLine);
-    moduleState().reportTotals.declaredQuantity += declared.number;
+    moduleState().reportTotals.declaredQuantity += declared;
 }
 
 } // namespace oquivran

@@ -52,6 +52,9 @@ private:
     mutable std::optional<Columns> m_columns;
     // The detail values of the line being written, kept from line to line.
     mutable QStringList m_values;
+    // The figures of the heading being written (item, sub-item, declared quantity), kept from
+    // heading to heading as the values are.
+    mutable QString m_headingFigures[3];
 };
 
 } // namespace oquivran
