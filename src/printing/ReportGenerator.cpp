@@ -76,8 +76,9 @@ bool ReportGenerator::Generar_Linea(qint16 item, qint16 subItemNumber, qint16 id
         // line before left.
         m_values.resize(layout.count());
         ReportTotals& totals = moduleState().reportTotals;
-        // Every line is read at once and then written one by one, with no recordset of them
-        // all; a sub-item without discharge lines is left out of the report.
+        // Each line is written as it is handed over, with no recordset of them all (a server
+        // sends them in one piece); a sub-item without discharge lines is left out of the
+        // report.
         bool headed = false;
         BoundData::forEachRow(
             m_kind.linesStatement(moduleState().INTERNO, idsub),
@@ -112,20 +113,18 @@ const ReportGenerator::Columns& ReportGenerator::columns() const
 void ReportGenerator::appendHeading(qint16 item, qint16 subItemNumber, const QString& idarticulo,
                                     double cantidad) const
 {
-    QString& itemText = m_headingFigures[0];
-    QString& subItemText = m_headingFigures[1];
-    QString& declaredText = m_headingFigures[2];
-    const double declared = NumberFormat::print(declaredText, cantidad, QStringLiteral("00.00"));
-    NumberFormat::write(itemText, item, QStringLiteral("0000"));
-    NumberFormat::write(subItemText, subItemNumber, QStringLiteral("0000"));
+    const double declared =
+        NumberFormat::print(m_heading.declared, cantidad, QStringLiteral("00.00"));
+    NumberFormat::write(m_heading.item, item, QStringLiteral("0000"));
+    NumberFormat::write(m_heading.subItem, subItemNumber, QStringLiteral("0000"));
     const Columns& made = columns();
     const QString& rule = made.rule;
 
     ReportBuffer::append(LineKind::Title, rule);
     ReportBuffer::append(LineKind::Title,
-                         m_kind.headingPrefix(idarticulo) + QStringLiteral("ITEM: ") + itemText +
-                             QStringLiteral(" - SBIT: ") + subItemText +
-                             QStringLiteral(" - Cantidad declarada: ") + declaredText);
+                         m_kind.headingPrefix(idarticulo) + QStringLiteral("ITEM: ") +
+                             m_heading.item + QStringLiteral(" - SBIT: ") + m_heading.subItem +
+                             QStringLiteral(" - Cantidad declarada: ") + m_heading.declared);
     ReportBuffer::append(LineKind::Title, rule);
     ReportBuffer::append(LineKind::Title, made.titleLine);
     if (m_kind.rulesUnderTitles())

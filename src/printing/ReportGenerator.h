@@ -52,9 +52,14 @@ private:
     mutable std::optional<Columns> m_columns;
     // The detail values of the line being written, kept from line to line.
     mutable QStringList m_values;
-    // The figures of the heading being written (item, sub-item, declared quantity), kept from
-    // heading to heading as the values are.
-    mutable QString m_headingFigures[3];
+    // The figures of the heading being written, kept from heading to heading as the values are.
+    struct HeadingFigures
+    {
+        QString item;
+        QString subItem;
+        QString declared;
+    };
+    mutable HeadingFigures m_heading;
 };
 
 } // namespace oquivran
