@@ -2,6 +2,7 @@
 
 #include <QCoreApplication>
 #include <QFile>
+#include <QRandomGenerator>
 #include <QSqlError>
 #include <QSqlQuery>
 
@@ -10,9 +11,11 @@ PgTestDatabase::PgTestDatabase() : m_name(nextName())
     const QStringList settings = connectionSettings();
     if (settings.isEmpty())
         return;
-    m_schema = m_name.toLower().replace(u'-', u'_');
-    if (!administer(u"create schema " + m_schema))
+    const QString schema = m_name.toLower().replace(u'-', u'_');
+    if (!administer(u"create schema " + schema))
         return;
+    // Only a schema this object created is dropped at the end, never another process's.
+    m_schema = schema;
     QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), m_name);
     configure(db, settings);
     db.setConnectOptions(u"options='-c search_path=" + m_schema + u'\'');
@@ -86,6 +89,12 @@ bool PgTestDatabase::administer(const QString& sql)
 
 QString PgTestDatabase::nextName()
 {
+    // Process ids alone do not tell test processes apart: each Wine prefix has a server of its
+    // own, which hands out the same small ids to the programs of two runs at once.
+    static const QString process =
+        QStringLiteral("T%1-%2")
+            .arg(QCoreApplication::applicationPid())
+            .arg(QRandomGenerator::system()->generate(), 8, 16, QLatin1Char('0'));
     static int counter = 0;
-    return QStringLiteral("T%1-%2").arg(QCoreApplication::applicationPid()).arg(++counter);
+    return process + u'-' + QString::number(++counter);
 }

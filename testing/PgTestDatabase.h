@@ -29,7 +29,7 @@ public:
     QSqlDatabase database() const { return QSqlDatabase::database(m_name, false); }
     // The connection's name, of this object alone.
     QString connectionName() const { return m_name; }
-    // The schema's name; empty when there is no server.
+    // The schema's name; empty when there is no server or the schema could not be created.
     QString schema() const { return m_schema; }
 
     // "host=... port=... user=... dbname=..." of the throwaway server, split at blanks; empty,
