@@ -7,6 +7,9 @@ Dim passed, failed, workFolder
 passed = 0
 failed = 0
 workFolder = WScript.Arguments(0)
+' Tells the runner that the script engine ran this script: a host that exits before this line
+' never reached the component.
+CreateObject("Scripting.FileSystemObject").CreateTextFile(workFolder & "\host-started", True).Close
 
 Sub Check(condition, what)
     If condition Then
