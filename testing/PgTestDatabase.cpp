@@ -11,7 +11,7 @@ PgTestDatabase::PgTestDatabase() : m_name(nextName())
     const QStringList settings = connectionSettings();
     if (settings.isEmpty())
         return;
-    const QString schema = m_name.toLower().replace(u'-', u'_');
+    const QString schema = m_name;
     if (!administer(u"create schema " + schema))
         return;
     // Only a schema this object created is dropped at the end, never another process's.
@@ -87,14 +87,19 @@ bool PgTestDatabase::administer(const QString& sql)
     return true;
 }
 
-QString PgTestDatabase::nextName()
+QString PgTestDatabase::processTag()
 {
     // Process ids alone do not tell test processes apart: each Wine prefix has a server of its
     // own, which hands out the same small ids to the programs of two runs at once.
-    static const QString process =
-        QStringLiteral("T%1-%2")
+    static const QString tag =
+        QStringLiteral("%1_%2")
             .arg(QCoreApplication::applicationPid())
             .arg(QRandomGenerator::system()->generate(), 8, 16, QLatin1Char('0'));
+    return tag;
+}
+
+QString PgTestDatabase::nextName()
+{
     static int counter = 0;
-    return process + u'-' + QString::number(++counter);
+    return u't' + processTag() + u'_' + QString::number(++counter);
 }

@@ -37,6 +37,10 @@ public:
     static QStringList connectionSettings();
     // Sets host, port, user and database of a QPSQL connection from the settings.
     static void configure(QSqlDatabase& db, const QStringList& settings);
+    // This test process's part of the names it gives on the shared server (databases, schemas,
+    // roles): lowercase letters, digits and '_', the same all through the process, and unlike
+    // any other process's of the run, Windows programs under Wine included.
+    static QString processTag();
 
 private:
     // Runs a statement on a connection of the test process's own, without a search path.

@@ -51,6 +51,9 @@ private:
     QString socketUri(const QString& userInfo, const QString& database,
                       const QString& settings = QString()) const;
 
+    // The role of roleWithoutCreateReadsTheStock(), this process's own.
+    static QString readerRole() { return u"lector_" + PgTestDatabase::processTag(); }
+
     QTemporaryDir m_dir;
     QString m_uri;
     QString m_database;
@@ -86,7 +89,7 @@ void tst_HostDatabases::initTestCase()
     m_socket = host;
     m_port = port;
     m_user = user;
-    m_database = QStringLiteral("host_%1").arg(QCoreApplication::applicationPid());
+    m_database = QStringLiteral("host_%1").arg(PgTestDatabase::processTag());
     {
         QSqlDatabase admin = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), "admin");
         PgTestDatabase::configure(admin, PgTestDatabase::connectionSettings());
@@ -143,8 +146,7 @@ void tst_HostDatabases::cleanupTestCase()
     QSqlQuery query(admin);
     query.exec(u"drop database if exists " + m_database + u" with (force)");
     // The role of roleWithoutCreateReadsTheStock(), whose rights went with the database.
-    query.exec(
-        QStringLiteral("drop role if exists lector_%1").arg(QCoreApplication::applicationPid()));
+    query.exec(u"drop role if exists " + readerRole());
 }
 
 void tst_HostDatabases::initCreatesSchemaAndSample()
@@ -297,7 +299,7 @@ void tst_HostDatabases::connectionFailuresSayWhy()
 // The URI's query settings reach libpq: the server runs with the options it gives.
 void tst_HostDatabases::querySettingsReachTheServer()
 {
-    const QString schema = QStringLiteral("otra_%1").arg(QCoreApplication::applicationPid());
+    const QString schema = QStringLiteral("otra_%1").arg(PgTestDatabase::processTag());
     QVERIFY(administer(u"create schema " + schema));
     const QString uri = m_uri +
                         QStringLiteral("&application_name=anfitrion&connect_timeout=5"
@@ -372,7 +374,7 @@ void tst_HostDatabases::roleWithoutCreateReadsTheStock()
                    m_uri})
                  .exitCode,
              0);
-    const QString role = QStringLiteral("lector_%1").arg(QCoreApplication::applicationPid());
+    const QString role = readerRole();
     QVERIFY(administer(u"drop role if exists " + role));
     QVERIFY(administer(u"create role " + role + u" login"));
     QVERIFY(administer(QStringLiteral("revoke create on schema public from public")));
@@ -442,7 +444,7 @@ void tst_HostDatabases::startWindow(QProcess& window, const QString& uri)
 // The application_name of the URI is what the server lists for the window's two connections.
 void tst_HostDatabases::applicationNameReachesTheServer()
 {
-    const QString name = QStringLiteral("anfitrion_%1").arg(QCoreApplication::applicationPid());
+    const QString name = QStringLiteral("anfitrion_%1").arg(PgTestDatabase::processTag());
     QProcess window;
     startWindow(window, m_uri + QStringLiteral("&application_name=") + name);
     if (QTest::currentTestFailed())
