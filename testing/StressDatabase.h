@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Schema.h"
+#include "StartProgram.h"
 #include "TestStatement.h"
 
 #include <QDeadlineTimer>
@@ -332,7 +333,7 @@ inline QProcess* startWorker(const QString& program, const QString& file, const 
                              QString::number(removalShare)};
     if (!products.isEmpty())
         arguments << products;
-    process->start(program, arguments);
+    startProgram(*process, program, arguments);
     return process;
 }
 

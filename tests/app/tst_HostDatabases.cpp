@@ -1,5 +1,6 @@
 #include "HostProgram.h"
 #include "PgTestDatabase.h"
+#include "StartProgram.h"
 
 #include <QJsonArray>
 #include <QJsonDocument>
@@ -437,8 +438,9 @@ void tst_HostDatabases::startWindow(QProcess& window, const QString& uri)
     env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
     env.insert(QStringLiteral("XDG_CONFIG_HOME"), m_dir.filePath(QStringLiteral("config")));
     window.setProcessEnvironment(env);
-    window.start(QStringLiteral(OQUIVRAN_HOST_EXECUTABLE), {QStringLiteral("--database"), uri});
-    QVERIFY(window.waitForStarted());
+    QVERIFY2(startProgram(window, QStringLiteral(OQUIVRAN_HOST_EXECUTABLE),
+                          {QStringLiteral("--database"), uri}),
+             qPrintable(window.errorString()));
 }
 
 // The application_name of the URI is what the server lists for the window's two connections.

@@ -1,4 +1,5 @@
 #include "Settings.h"
+#include "StartProgram.h"
 #include "ValueFormats.h"
 
 #include <QProcess>
@@ -112,8 +113,8 @@ const QString registryKey = QStringLiteral("HKCU\\Software\\VB and VBA Program S
 QString reg(const QStringList& arguments)
 {
     QProcess process;
-    process.start(QStringLiteral("reg.exe"), arguments);
-    if (!process.waitForFinished(30000) || process.exitCode() != 0)
+    if (!startProgram(process, QStringLiteral("reg.exe"), arguments) ||
+        !process.waitForFinished(30000) || process.exitCode() != 0)
         return QString();
     return QString::fromLocal8Bit(process.readAllStandardOutput());
 }

@@ -9,6 +9,7 @@
 #include "MessageRecorder.h"
 #include "ModuleState.h"
 #include "Schema.h"
+#include "StartProgram.h"
 #include "StressDatabase.h"
 #include "modManejoInsumos.h"
 
@@ -386,9 +387,9 @@ private Q_SLOTS:
             process->setProcessEnvironment(environment);
             // Messages and attempts in the order they happened.
             process->setProcessChannelMode(QProcess::MergedChannels);
-            process->start(worker,
-                           {db.location(), QStringLiteral("R%1").arg(w), QString::number(perWorker),
-                            QString::number(w), QStringLiteral("1"), QStringLiteral("0")});
+            startProgram(*process, worker,
+                         {db.location(), QStringLiteral("R%1").arg(w), QString::number(perWorker),
+                          QString::number(w), QStringLiteral("1"), QStringLiteral("0")});
             workers.push_back(std::move(process));
         }
         // Restart early in the run, once every worker has connected and discharged something

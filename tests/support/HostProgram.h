@@ -1,5 +1,7 @@
 #pragma once
 
+#include "StartProgram.h"
+
 #include <QByteArray>
 #include <QDir>
 #include <QProcess>
@@ -33,14 +35,7 @@ inline HostRun runHost(const QStringList& arguments, const QDir& folder,
     env.insert(QStringLiteral("OQUIVRAN_HOST_TODAY"), QStringLiteral("2027-05-10"));
     env.insert(extra);
     process.setProcessEnvironment(env);
-    process.start(QStringLiteral(OQUIVRAN_HOST_EXECUTABLE), arguments);
-    // Under Wine a program now and then fails to start while the machine is busy: once more.
-    bool started = process.waitForStarted(60000);
-    if (!started) {
-        process.start(QStringLiteral(OQUIVRAN_HOST_EXECUTABLE), arguments);
-        started = process.waitForStarted(60000);
-    }
-    if (!started)
+    if (!startProgram(process, QStringLiteral(OQUIVRAN_HOST_EXECUTABLE), arguments))
         return {-1, QString(), process.errorString()};
     if (!process.waitForFinished(120000)) {
         process.kill();
