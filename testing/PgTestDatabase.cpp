@@ -11,11 +11,10 @@ PgTestDatabase::PgTestDatabase() : m_name(nextName())
     const QStringList settings = connectionSettings();
     if (settings.isEmpty())
         return;
-    const QString schema = m_name;
-    if (!administer(u"create schema " + schema))
+    if (!administer(u"create schema " + m_name))
         return;
     // Only a schema this object created is dropped at the end, never another process's.
-    m_schema = schema;
+    m_schema = m_name;
     QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QPSQL"), m_name);
     configure(db, settings);
     db.setConnectOptions(u"options='-c search_path=" + m_schema + u'\'');

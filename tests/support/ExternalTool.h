@@ -1,5 +1,7 @@
 #pragma once
 
+#include "StartProgram.h"
+
 #include <QByteArray>
 #include <QDeadlineTimer>
 #include <QDir>
@@ -82,9 +84,13 @@ inline ExternalToolResult runUnderWine(const QString& program, const QStringList
                                 .arg(unixFolder))
                      .toUtf8());
     script.close();
-    if (QProcess::execute(
-            QStringLiteral("start.exe"),
-            {QStringLiteral("/unix"), QStringLiteral("/bin/sh"), unixPath(script.fileName())}) != 0)
+    // start.exe is a Windows program, which Wine now and then fails to start under load.
+    QProcess start;
+    if (!startProgram(
+            start, QStringLiteral("start.exe"),
+            {QStringLiteral("/unix"), QStringLiteral("/bin/sh"), unixPath(script.fileName())}) ||
+        !start.waitForFinished(-1) || start.exitStatus() != QProcess::NormalExit ||
+        start.exitCode() != 0)
         return result;
     QDeadlineTimer deadline(timeoutMs);
     QFile status(folder + QStringLiteral("/status"));
